@@ -1,0 +1,26 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS quarryauth tesselctl skarnconfigstore
+        EXPORT quarryauthTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT quarryauthTargets
+        NAMESPACE quarryauth::
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/quarryauth)
+
+configure_package_config_file(cmake/quarryauthConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/quarryauthConfig.cmake
+    INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/quarryauth)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/quarryauthConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/quarryauthConfig.cmake
+              ${PROJECT_BINARY_DIR}/quarryauthConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/quarryauth)
+
+configure_file(cmake/quarryauth.pc.in ${PROJECT_BINARY_DIR}/quarryauth.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/quarryauth.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES include/quarryauth/authentication.h
+              include/quarryauth/systemconfiguration.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quarryauth)

@@ -1,0 +1,111 @@
+#include "common/DurableFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <vector>
+
+namespace quarry::common {
+
+FileDescriptor::~FileDescriptor() { Close(); }
+
+int FileDescriptor::Close() {
+  if (descriptor_ < 0) return 0;
+  const int result = ::close(descriptor_);
+  descriptor_ = -1;
+  return result == 0 ? 0 : errno;
+}
+
+int SyncFile(const std::string& path) {
+  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.valid()) return errno;
+  if (::fsync(file.get()) != 0) return errno;
+  return file.Close();
+}
+
+int SyncParentDirectory(const std::string& path) {
+  const std::string::size_type slash = path.rfind('/');
+  std::string directory;
+  if (slash == std::string::npos) {
+    directory = ".";
+  } else if (slash == 0) {
+    directory = "/";
+  } else {
+    directory = path.substr(0, slash);
+  }
+  FileDescriptor handle(
+      ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!handle.valid()) return errno;
+  if (::fsync(handle.get()) != 0) return errno;
+  return handle.Close();
+}
+
+namespace {
+
+int WriteAll(int descriptor, const std::string& contents) {
+  const char* data = contents.data();
+  std::string::size_type left = contents.size();
+  while (left > 0) {
+    const ssize_t written = ::write(descriptor, data, left);
+    if (written < 0) {
+      if (errno == EINTR) continue;
+      return errno;
+    }
+    data += written;
+    left -= static_cast<std::string::size_type>(written);
+  }
+  return 0;
+}
+
+// Removes the temporary file unless it has been renamed into place.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(std::string path) : path_(std::move(path)) {}
+  ~TemporaryFile() {
+    if (!path_.empty()) ::unlink(path_.c_str());
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  const std::string& path() const { return path_; }
+  void Release() { path_.clear(); }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace
+
+int ReplaceFileContents(const std::string& path, const std::string& contents,
+                        mode_t newFileMode) {
+  std::vector<char> name(path.begin(), path.end());
+  const std::string suffix = ".XXXXXX";
+  name.insert(name.end(), suffix.begin(), suffix.end());
+  name.push_back('\0');
+  if (name.size() > PATH_MAX) return ENAMETOOLONG;
+
+  FileDescriptor file(::mkstemp(name.data()));
+  if (!file.valid()) return errno;
+  TemporaryFile temporary(name.data());
+
+  struct stat old;
+  mode_t mode = newFileMode;
+  if (::stat(path.c_str(), &old) == 0) {
+    mode = old.st_mode & 07777;
+  } else if (errno != ENOENT) {
+    return errno;
+  }
+
+  if (int error = WriteAll(file.get(), contents)) return error;
+  if (::fchmod(file.get(), mode) != 0) return errno;
+  if (::fsync(file.get()) != 0) return errno;
+  if (int error = file.Close()) return error;
+  if (::rename(temporary.path().c_str(), path.c_str()) != 0) return errno;
+  temporary.Release();
+  return SyncParentDirectory(path);
+}
+
+}  // namespace quarry::common

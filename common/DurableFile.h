@@ -1,0 +1,48 @@
+// Making file replacements durable: data on disk before a rename, the rename
+// itself on disk after it.
+#ifndef QUARRY_COMMON_DURABLEFILE_H
+#define QUARRY_COMMON_DURABLEFILE_H
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace quarry::common {
+
+// Owns one file descriptor and closes it on destruction.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+  ~FileDescriptor();
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+  int get() const { return descriptor_; }
+  bool valid() const { return descriptor_ >= 0; }
+  // Closes now and reports the errno value of a failed close (0 on success).
+  int Close();
+
+ private:
+  int descriptor_;
+};
+
+// Flushes the contents of the file at path to stable storage.
+// Returns 0 or the errno value of the failure.
+int SyncFile(const std::string& path);
+
+// Flushes the directory that holds path, so that a rename into it survives
+// a crash. Returns 0 or the errno value of the failure.
+int SyncParentDirectory(const std::string& path);
+
+// Replaces the file at path with contents: written to a temporary file
+// beside it, flushed, given the old file's mode (or newFileMode when there
+// was no old file), renamed over the target and the rename flushed. The
+// target is either the old or the new file at every moment. Returns 0 or the
+// errno value of the step that failed; the temporary file is removed on
+// failure.
+int ReplaceFileContents(const std::string& path, const std::string& contents,
+                        mode_t newFileMode);
+
+}  // namespace quarry::common
+
+#endif

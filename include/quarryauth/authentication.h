@@ -1,0 +1,14 @@
+// Everything of libquarryauth's namespace quarry::authentication, with the
+// platform exceptions that reach callers unchanged.
+#ifndef QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
+#define QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
+
+#include <quarryauth/authentication/AtomicFileStream.h>
+#include <quarryauth/authentication/Configuration.h>
+#include <quarryauth/authentication/ErrorMapping.h>
+#include <quarryauth/authentication/Exception.h>
+#include <quarryauth/authentication/LibraryConfiguration.h>
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
+
+#endif

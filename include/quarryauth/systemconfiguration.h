@@ -1,0 +1,6 @@
+// The PAM service file and name-service switch model of namespace
+// SystemConfiguration.
+#ifndef QUARRYAUTH_SYSTEMCONFIGURATION_UMBRELLA_H
+#define QUARRYAUTH_SYSTEMCONFIGURATION_UMBRELLA_H
+
+#endif
