@@ -9,4 +9,6 @@ set_tests_properties([=[machine.etc_recorded]=] PROPERTIES  FIXTURES_SETUP "mach
 add_test([=[machine.etc_unchanged]=] "/work/main/tests/sandbox/etc-manifest" "check" "/work/main/build/tests/etc-manifest.txt")
 set_tests_properties([=[machine.etc_unchanged]=] PROPERTIES  FIXTURES_CLEANUP "machine_etc" _BACKTRACE_TRIPLES "/work/main/tests/CMakeLists.txt;14;add_test;/work/main/tests/CMakeLists.txt;0;")
 subdirs("authentication")
+subdirs("platform")
+subdirs("systemconfiguration")
 subdirs("install")
