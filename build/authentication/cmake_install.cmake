@@ -45,6 +45,8 @@ endif()
 if(CMAKE_INSTALL_COMPONENT STREQUAL "Unspecified" OR NOT CMAKE_INSTALL_COMPONENT)
   file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/include/quarryauth/authentication" TYPE FILE FILES
     "/work/main/authentication/AtomicFileStream.h"
+    "/work/main/authentication/CAMProxy.h"
+    "/work/main/authentication/CAMThumbprintStore.h"
     "/work/main/authentication/Configuration.h"
     "/work/main/authentication/ErrorMapping.h"
     "/work/main/authentication/Exception.h"

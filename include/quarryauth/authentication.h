@@ -4,6 +4,8 @@
 #define QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
 
 #include <quarryauth/authentication/AtomicFileStream.h>
+#include <quarryauth/authentication/CAMProxy.h>
+#include <quarryauth/authentication/CAMThumbprintStore.h>
 #include <quarryauth/authentication/Configuration.h>
 #include <quarryauth/authentication/ErrorMapping.h>
 #include <quarryauth/authentication/Exception.h>

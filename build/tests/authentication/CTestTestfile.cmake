@@ -6,3 +6,5 @@
 # testing this directory and lists subdirectories to be tested as well.
 include("/work/main/build/tests/authentication/test_exceptions[1]_include.cmake")
 include("/work/main/build/tests/authentication/test_configuration[1]_include.cmake")
+include("/work/main/build/tests/authentication/test_camproxy[1]_include.cmake")
+subdirs("plugins")

@@ -1,0 +1,63 @@
+#include "authentication/Thumbprint.h"
+
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <memory>
+
+#include "authentication/Exception.h"
+
+namespace quarry {
+namespace authentication {
+
+namespace {
+
+struct BioFree {
+  void operator()(BIO* bio) const { BIO_free(bio); }
+};
+struct X509Free {
+  void operator()(X509* certificate) const { X509_free(certificate); }
+};
+
+using BioPointer = std::unique_ptr<BIO, BioFree>;
+using X509Pointer = std::unique_ptr<X509, X509Free>;
+
+// Leaves OpenSSL's per-thread error queue as the caller had it.
+[[noreturn]] void ThrowInvalidCertificate() {
+  ERR_clear_error();
+  throw InvalidCertificateException();
+}
+
+}  // namespace
+
+std::string FormatThumbprint(const unsigned char* digest, unsigned int length) {
+  static const char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  text.reserve(length * 3);
+  for (unsigned int i = 0; i < length; ++i) {
+    if (i > 0) text += ':';
+    text += kDigits[digest[i] >> 4];
+    text += kDigits[digest[i] & 0x0f];
+  }
+  return text;
+}
+
+std::string ComputeThumbprint(const std::string& pem) {
+  BioPointer bio(BIO_new(BIO_s_mem()));
+  if (!bio || BIO_puts(bio.get(), pem.c_str()) < 0) ThrowInvalidCertificate();
+  X509Pointer certificate(
+      PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr));
+  if (!certificate) ThrowInvalidCertificate();
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned int length = 0;
+  if (X509_digest(certificate.get(), EVP_sha1(), digest, &length) != 1) {
+    ThrowInvalidCertificate();
+  }
+  return FormatThumbprint(digest, length);
+}
+
+}  // namespace authentication
+}  // namespace quarry
