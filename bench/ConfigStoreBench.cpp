@@ -2,13 +2,13 @@
 // tests/sandbox/quarry-sandbox: it writes /var/lib/quarry/configstore.db.
 // Every write is a transaction flushed to stable storage, so write figures
 // depend on the file system below /var/lib/quarry.
+#include <memory>
+#include <string>
+
 #include <benchmark/benchmark.h>
 
 #include <quarryauth/platform/skarnconfigstore/ConfigStore.h>
 #include <quarryauth/platform/skarnconfigstore/ConfigStoreObject.h>
-
-#include <memory>
-#include <string>
 
 namespace scs = SkarnConfigStore;
 

@@ -108,8 +108,7 @@ std::string FormatCSErrorMessage(CSErrorCodes code,
                                  const std::vector<std::string>& arguments) {
   const auto found = CSErrorMessages.find(code);
   if (found == CSErrorMessages.end()) {
-    return "Unknown error code " +
-           std::to_string(static_cast<uint32_t>(code));
+    return "Unknown error code " + std::to_string(static_cast<uint32_t>(code));
   }
   const std::string& text = found->second;
   std::string message;

@@ -2,8 +2,7 @@
 
 namespace SkarnConfigStore {
 
-ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
-    : id_(id) {}
+ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id) : id_(id) {}
 
 ConfigStoreObject::~ConfigStoreObject() = default;
 

@@ -11,9 +11,9 @@ Statement::Statement(sqlite3* db, const char* sql, const OperationError& error)
 Statement::~Statement() { sqlite3_finalize(statement_); }
 
 Statement& Statement::Bind(int index, const std::string& text) {
-  const int result = sqlite3_bind_text64(statement_, index, text.data(),
-                                         text.size(), SQLITE_TRANSIENT,
-                                         SQLITE_UTF8);
+  const int result =
+      sqlite3_bind_text64(statement_, index, text.data(), text.size(),
+                          SQLITE_TRANSIENT, SQLITE_UTF8);
   if (result != SQLITE_OK) error_.Raise(result);
   return *this;
 }

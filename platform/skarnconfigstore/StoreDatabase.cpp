@@ -114,9 +114,9 @@ Connection OpenStoreDatabase() {
   CreateOrCheckFile();
 
   sqlite3* handle = nullptr;
-  const int result = sqlite3_open_v2(
-      kStorePath, &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
-      nullptr);
+  const int result =
+      sqlite3_open_v2(kStorePath, &handle,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   Connection db(handle);
   if (result != SQLITE_OK) OpenError().Raise(result);
   sqlite3_extended_result_codes(db.get(), 1);

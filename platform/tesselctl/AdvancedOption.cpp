@@ -3,8 +3,7 @@
 namespace HostCtl {
 namespace Adv {
 
-AdvancedOption::AdvancedOption(const std::string& name,
-                               const std::string& path)
+AdvancedOption::AdvancedOption(const std::string& name, const std::string& path)
     : name_(name), path_(path) {}
 
 AdvancedOption::~AdvancedOption() = default;

@@ -38,9 +38,8 @@ std::vector<std::string> FieldsAfterKeyword(const std::string& line) {
   while ((start = line.find_first_not_of(kBlanks, start)) !=
          std::string::npos) {
     const std::string::size_type end = line.find_first_of(kBlanks, start);
-    fields.push_back(line.substr(start, end == std::string::npos
-                                            ? std::string::npos
-                                            : end - start));
+    fields.push_back(line.substr(
+        start, end == std::string::npos ? std::string::npos : end - start));
     start = end;
   }
   return fields;

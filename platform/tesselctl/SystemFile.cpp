@@ -19,9 +19,8 @@ const mode_t kNewFileMode = 0644;
 
 [[noreturn]] void ThrowFileError(const char* verb, const std::string& path,
                                  int error) {
-  throw HostCtl::Lib::HostCtlException(std::string("Unable to ") + verb +
-                                       " '" + path +
-                                       "': " + std::strerror(error));
+  throw HostCtl::Lib::HostCtlException(std::string("Unable to ") + verb + " '" +
+                                       path + "': " + std::strerror(error));
 }
 
 // The file that a replacement must rename over: the link's target when

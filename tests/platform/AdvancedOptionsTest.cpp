@@ -12,6 +12,7 @@
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include <quarryauth/platform/tesselctl/HostFactory.h>
 
+#include "ExceptionText.h"
 #include "SandboxSupport.h"
 
 namespace {
@@ -42,18 +43,14 @@ int64_t VerifyValue() {
 }
 
 void WriteVerifyValue(const std::string& quotedValue) {
-  qt::WriteFile(kAdvancedConf,
-                "UserVars.ActiveDirectoryVerifyCAMCertificate = " +
-                    quotedValue + "\n");
+  qt::WriteFile(
+      kAdvancedConf,
+      "UserVars.ActiveDirectoryVerifyCAMCertificate = " + quotedValue + "\n");
 }
 
 std::string LoadError() {
-  try {
-    HostCtl::HostFactory::GetHost()->GetAdvancedOptions();
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    return error.what();
-  }
-  return "no exception";
+  return qt::ExceptionText<HostCtl::Lib::HostCtlException>(
+      [] { HostCtl::HostFactory::GetHost()->GetAdvancedOptions(); });
 }
 
 TEST(AdvancedOptions, DeclaresTheVerifyOptionAsAnInteger) {
@@ -104,8 +101,17 @@ TEST(AdvancedOptions, SeesAChangedFileOnTheNextRead) {
 }
 
 TEST(AdvancedOptions, RefusesAValueThatIsNotAnInteger) {
-  const std::string values[] = {"abc", "",    "1.5", " 1",  "1 ", "0x1",
-                                "+1",  "1e3", "--1", "one", "9223372036854775808"};
+  const std::string values[] = {"abc",
+                                "",
+                                "1.5",
+                                " 1",
+                                "1 ",
+                                "0x1",
+                                "+1",
+                                "1e3",
+                                "--1",
+                                "one",
+                                "9223372036854775808"};
   for (const std::string& value : values) {
     WriteVerifyValue("\"" + value + "\"");
     EXPECT_EQ("Invalid value '" + value +
@@ -117,7 +123,8 @@ TEST(AdvancedOptions, RefusesAValueThatIsNotAnInteger) {
 }
 
 TEST(AdvancedOptions, LeavesUndeclaredOptionsOutOfTheTree) {
-  qt::WriteFile(kAdvancedConf, "UserVars.Undeclared = \"5\"\nOther.Option = \"1\"\n");
+  qt::WriteFile(kAdvancedConf,
+                "UserVars.Undeclared = \"5\"\nOther.Option = \"1\"\n");
   const auto options = HostCtl::HostFactory::GetHost()->GetAdvancedOptions();
   const auto root = options->GetRootBranch();
   ASSERT_TRUE(root);
@@ -128,10 +135,12 @@ TEST(AdvancedOptions, LeavesUndeclaredOptionsOutOfTheTree) {
   EXPECT_EQ(nullptr, userVars->GetOption("Undeclared"));
   EXPECT_EQ(nullptr, root->GetChildBranch("Other"));
   EXPECT_EQ(nullptr, root->GetOption("UserVars"));
-  EXPECT_EQ(nullptr, userVars->GetChildBranch("ActiveDirectoryVerifyCAMCertificate"));
+  EXPECT_EQ(nullptr,
+            userVars->GetChildBranch("ActiveDirectoryVerifyCAMCertificate"));
   EXPECT_EQ(nullptr, options->FindOption("UserVars.Undeclared"));
   EXPECT_EQ(nullptr, options->FindOption("Other.Option"));
-  EXPECT_EQ(nullptr, options->FindOption("ActiveDirectoryVerifyCAMCertificate"));
+  EXPECT_EQ(nullptr,
+            options->FindOption("ActiveDirectoryVerifyCAMCertificate"));
 }
 
 TEST(AdvancedOptions, FindsAnOptionByItsDottedPath) {

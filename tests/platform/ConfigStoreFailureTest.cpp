@@ -12,37 +12,24 @@
 #include <quarryauth/platform/skarnconfigstore/ConfigStore.h>
 #include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
 
+#include "ConfigStoreSupport.h"
 #include "SandboxSupport.h"
 
 namespace {
 
 using SkarnConfigStore::ConfigStore;
-using SkarnConfigStore::ConfigStoreException;
 using SkarnConfigStore::ConfigStoreObject;
 using SkarnConfigStore::ConfigStoreObjectId;
 using SkarnConfigStore::CSErrorCodes;
 namespace qt = quarry::test;
+using quarry::test::GlobalStore;
 
 const char kDirectory[] = "/var/lib/quarry";
 const char kDatabase[] = "/var/lib/quarry/configstore.db";
 const ConfigStoreObjectId kDomainId("active_directory", "identity", "skarn");
 
-std::shared_ptr<ConfigStore> GlobalStore() {
-  return ConfigStore::GetStore(SkarnConfigStore::sGlobalNamespace);
-}
-
-template <class Operation>
-std::pair<CSErrorCodes, std::string> FailureOf(Operation operation) {
-  try {
-    operation();
-  } catch (const ConfigStoreException& error) {
-    return {error.GetCode(), error.what()};
-  }
-  return {CSErrorCodes::InternalError, "no exception"};
-}
-
 std::pair<CSErrorCodes, std::string> OpenFailure() {
-  return FailureOf([] { GlobalStore(); });
+  return qt::StoreFailureOf([] { GlobalStore(); });
 }
 
 void StoreDomain(const std::string& name) {
@@ -84,18 +71,20 @@ TEST(ConfigStoreFailure, ReportsDamagedPages) {
   // Every page after the first (which holds the schema) overwritten.
   const std::string contents = qt::ReadFile(kDatabase);
   ASSERT_GT(contents.size(), 4096u * 3);
-  qt::WriteFile(kDatabase,
-                contents.substr(0, 4096) +
-                    std::string(contents.size() - 4096, '\xa5'),
-                0600);
-  const auto failure = FailureOf([] { GlobalStore()->GetObject(kDomainId); });
+  qt::WriteFile(
+      kDatabase,
+      contents.substr(0, 4096) + std::string(contents.size() - 4096, '\xa5'),
+      0600);
+  const auto failure =
+      qt::StoreFailureOf([] { GlobalStore()->GetObject(kDomainId); });
   EXPECT_EQ(CSErrorCodes::IntegrityCheckFailed, failure.first);
   EXPECT_EQ("Failed integrity check on the database", failure.second);
 }
 
 TEST(ConfigStoreFailure, ReportsAnEmptyReadOnlyMount) {
-  ASSERT_EQ(0, qt::Run("mkdir /var/lib/quarry && "
-                       "mount -t tmpfs -o ro,mode=0700 quarry /var/lib/quarry"));
+  ASSERT_EQ(0,
+            qt::Run("mkdir /var/lib/quarry && "
+                    "mount -t tmpfs -o ro,mode=0700 quarry /var/lib/quarry"));
   const auto failure = OpenFailure();
   EXPECT_EQ(CSErrorCodes::DatabaseOpenFailed, failure.first);
   EXPECT_EQ(
@@ -160,10 +149,11 @@ TEST(ConfigStoreFailure, ReportsAFullDiskAndKeepsTheOldObject) {
     big->SetValue("part" + std::to_string(i), std::string(64 * 1024, 'b'));
   }
   const auto store = GlobalStore();
-  const auto failure = FailureOf([&] { store->SetObject(big, 0); });
+  const auto failure = qt::StoreFailureOf([&] { store->SetObject(big, 0); });
   EXPECT_EQ(CSErrorCodes::SetOperationFailed, failure.first);
-  EXPECT_EQ("Set operation failed: skarn/identity/big: database or disk is full",
-            failure.second);
+  EXPECT_EQ(
+      "Set operation failed: skarn/identity/big: database or disk is full",
+      failure.second);
   EXPECT_FALSE(store->ObjectExists(bigId));
   EXPECT_FALSE(GlobalStore()->ObjectExists(bigId));
   EXPECT_EQ("ad.test", StoredDomain());
@@ -177,8 +167,8 @@ TEST(ConfigStoreFailure, ReportsALockHeldLongerThanTheBusyTimeOut) {
   // Readers are not blocked by a writer.
   EXPECT_EQ("ad.test", StoredDomain());
   const auto started = std::chrono::steady_clock::now();
-  const auto failure =
-      FailureOf([&] { store->SetValue(kDomainId, "domain_name", "other.test"); });
+  const auto failure = qt::StoreFailureOf(
+      [&] { store->SetValue(kDomainId, "domain_name", "other.test"); });
   const auto waited = std::chrono::steady_clock::now() - started;
   EXPECT_EQ(CSErrorCodes::SetOperationFailed, failure.first);
   EXPECT_EQ(

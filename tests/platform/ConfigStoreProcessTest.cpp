@@ -15,19 +15,17 @@
 #include <quarryauth/platform/skarnconfigstore/ConfigStore.h>
 #include <quarryauth/platform/skarnconfigstore/ConfigStoreObject.h>
 
+#include "ConfigStoreSupport.h"
+
 namespace {
 
-using SkarnConfigStore::ConfigStore;
+using quarry::test::GlobalStore;
 using SkarnConfigStore::ConfigStoreObject;
 using SkarnConfigStore::ConfigStoreObjectId;
 
 const char kDatabase[] = "/var/lib/quarry/configstore.db";
 const int kObjects = 4;
 const int kKeysPerObject = 8;
-
-std::shared_ptr<ConfigStore> GlobalStore() {
-  return ConfigStore::GetStore(SkarnConfigStore::sGlobalNamespace);
-}
 
 ConfigStoreObjectId ObjectId(int object) {
   return ConfigStoreObjectId("object" + std::to_string(object), "test",
@@ -108,8 +106,7 @@ TEST(ConfigStoreProcesses, KilledWriterLeavesWholeObjects) {
         for (int object = 0; object < kObjects; ++object) {
           store->SetObject(Generation(object, generation), 0);
         }
-        if (generation == firstGeneration &&
-            ::write(started[1], "S", 1) != 1) {
+        if (generation == firstGeneration && ::write(started[1], "S", 1) != 1) {
           throw std::runtime_error("cannot report progress");
         }
       }

@@ -16,26 +16,23 @@
 #include <quarryauth/platform/skarnconfigstore/ConfigStoreObjectId.h>
 #include <quarryauth/platform/skarnconfigstore/StoreObject.h>
 
+#include "ConfigStoreSupport.h"
 #include "SandboxSupport.h"
 
 namespace {
 
 using SkarnConfigStore::ConfigStore;
-using SkarnConfigStore::ConfigStoreException;
 using SkarnConfigStore::ConfigStoreObject;
 using SkarnConfigStore::ConfigStoreObjectId;
 using SkarnConfigStore::CSErrorCodes;
 using SkarnConfigStore::StoreObject;
 using Values = std::map<std::string, std::string>;
 namespace qt = quarry::test;
+using quarry::test::GlobalStore;
 
 const ConfigStoreObjectId kDomainId("active_directory", "identity", "skarn");
 const ConfigStoreObjectId kCertificateId("auth_proxy_certificate", "identity",
                                          "skarn");
-
-std::shared_ptr<ConfigStore> GlobalStore() {
-  return ConfigStore::GetStore(SkarnConfigStore::sGlobalNamespace);
-}
 
 std::shared_ptr<ConfigStoreObject> MakeObject(const ConfigStoreObjectId& id,
                                               const Values& values) {
@@ -48,17 +45,6 @@ Values StoredValues(ConfigStore& store, const ConfigStoreObjectId& id) {
   const std::shared_ptr<StoreObject> object = store.GetObject(id);
   if (!object) return Values{{"<absent>", ""}};
   return object->GetValues();
-}
-
-// Runs operation and returns the code and text it throws.
-template <class Operation>
-std::pair<CSErrorCodes, std::string> FailureOf(Operation operation) {
-  try {
-    operation();
-  } catch (const ConfigStoreException& error) {
-    return {error.GetCode(), error.what()};
-  }
-  return {CSErrorCodes::InternalError, "no exception"};
 }
 
 // The vtable slot of a virtual member function (Itanium C++ ABI: the
@@ -203,17 +189,18 @@ TEST(ConfigStore, MergesKeysInMergeMode) {
                    0);
   store->SetObject(MakeObject(kDomainId, {{"domain_name", "other.test"}}),
                    SkarnConfigStore::StoreModeMerge);
-  EXPECT_EQ((Values{{"domain_name", "other.test"},
-                    {"organizational_unit", "OU=A"}}),
-            StoredValues(*store, kDomainId));
+  EXPECT_EQ(
+      (Values{{"domain_name", "other.test"}, {"organizational_unit", "OU=A"}}),
+      StoredValues(*store, kDomainId));
   store->SetObject(MakeObject(kCertificateId, {{"thumbprint", "AB"}}),
                    SkarnConfigStore::StoreModeMerge);
-  EXPECT_EQ((Values{{"thumbprint", "AB"}}), StoredValues(*store, kCertificateId));
+  EXPECT_EQ((Values{{"thumbprint", "AB"}}),
+            StoredValues(*store, kCertificateId));
 }
 
 TEST(ConfigStore, RefusesAnUnknownMode) {
   const auto store = GlobalStore();
-  const auto failure = FailureOf([&] {
+  const auto failure = qt::StoreFailureOf([&] {
     store->SetObject(MakeObject(kDomainId, {{"domain_name", "ad.test"}}), 2);
   });
   EXPECT_EQ(CSErrorCodes::InvalidArgument, failure.first);
@@ -240,15 +227,14 @@ TEST(ConfigStore, ListsTheObjectsOfAGroupByKey) {
   const auto store = GlobalStore();
   store->SetObject(MakeObject(kDomainId, {}), 0);
   store->SetObject(MakeObject(kCertificateId, {}), 0);
-  store->SetObject(MakeObject(ConfigStoreObjectId("a", "identity", "skarn"), {}),
-                   0);
+  store->SetObject(
+      MakeObject(ConfigStoreObjectId("a", "identity", "skarn"), {}), 0);
   store->SetObject(MakeObject(ConfigStoreObjectId("b", "other", "skarn"), {}),
                    0);
-  store->SetObject(MakeObject(ConfigStoreObjectId("c", "identity", "other"), {}),
-                   0);
+  store->SetObject(
+      MakeObject(ConfigStoreObjectId("c", "identity", "other"), {}), 0);
   const std::vector<ConfigStoreObjectId> expected{
-      ConfigStoreObjectId("a", "identity", "skarn"), kDomainId,
-      kCertificateId};
+      ConfigStoreObjectId("a", "identity", "skarn"), kDomainId, kCertificateId};
   EXPECT_EQ(expected, store->ListObjectIds("identity", "skarn"));
   EXPECT_TRUE(store->ListObjectIds("nothing", "skarn").empty());
 }
@@ -258,19 +244,20 @@ TEST(ConfigStore, CreatesOnlyANewObject) {
   store->CreateObject(MakeObject(kDomainId, {{"domain_name", "ad.test"}}));
   EXPECT_EQ((Values{{"domain_name", "ad.test"}}),
             StoredValues(*store, kDomainId));
-  const auto failure = FailureOf([&] {
+  const auto failure = qt::StoreFailureOf([&] {
     store->CreateObject(MakeObject(kDomainId, {{"domain_name", "other.test"}}));
   });
   EXPECT_EQ(CSErrorCodes::ObjectAlreadyExists, failure.first);
-  EXPECT_EQ("Configuration object already exists: skarn/identity/active_directory",
-            failure.second);
+  EXPECT_EQ(
+      "Configuration object already exists: skarn/identity/active_directory",
+      failure.second);
   EXPECT_EQ((Values{{"domain_name", "ad.test"}}),
             StoredValues(*store, kDomainId));
 }
 
 TEST(ConfigStore, UpdatesOnlyAnExistingObject) {
   const auto store = GlobalStore();
-  const auto failure = FailureOf([&] {
+  const auto failure = qt::StoreFailureOf([&] {
     store->UpdateObject(MakeObject(kDomainId, {{"domain_name", "ad.test"}}));
   });
   EXPECT_EQ(CSErrorCodes::ObjectNotFound, failure.first);
@@ -305,9 +292,9 @@ TEST(ConfigStore, ReadsAndWritesSingleValues) {
 
   store->SetValue(kDomainId, "domain_name", "other.test");
   store->SetValue(kDomainId, "organizational_unit", "OU=A");
-  EXPECT_EQ((Values{{"domain_name", "other.test"},
-                    {"organizational_unit", "OU=A"}}),
-            StoredValues(*store, kDomainId));
+  EXPECT_EQ(
+      (Values{{"domain_name", "other.test"}, {"organizational_unit", "OU=A"}}),
+      StoredValues(*store, kDomainId));
 }
 
 TEST(ConfigStore, RemovesSingleValues) {
@@ -345,28 +332,28 @@ TEST(ConfigStore, RefusesInvalidArguments) {
   for (const ConfigStoreObjectId& id : {noKey, noGroup, noComponent}) {
     EXPECT_FALSE(id.IsValid());
     const std::vector<std::pair<CSErrorCodes, std::string>> failures{
-        FailureOf([&] { store->GetObject(id); }),
-        FailureOf([&] { store->ObjectExists(id); }),
-        FailureOf([&] { store->CreateObject(MakeObject(id, {})); }),
-        FailureOf([&] { store->SetObject(MakeObject(id, {}), 0); }),
-        FailureOf([&] { store->UpdateObject(MakeObject(id, {})); }),
-        FailureOf([&] { store->GetValue(id, "k", out); }),
-        FailureOf([&] { store->SetValue(id, "k", "v"); }),
-        FailureOf([&] { store->RemoveValue(id, "k"); }),
-        FailureOf([&] { store->DeleteObject(id); })};
+        qt::StoreFailureOf([&] { store->GetObject(id); }),
+        qt::StoreFailureOf([&] { store->ObjectExists(id); }),
+        qt::StoreFailureOf([&] { store->CreateObject(MakeObject(id, {})); }),
+        qt::StoreFailureOf([&] { store->SetObject(MakeObject(id, {}), 0); }),
+        qt::StoreFailureOf([&] { store->UpdateObject(MakeObject(id, {})); }),
+        qt::StoreFailureOf([&] { store->GetValue(id, "k", out); }),
+        qt::StoreFailureOf([&] { store->SetValue(id, "k", "v"); }),
+        qt::StoreFailureOf([&] { store->RemoveValue(id, "k"); }),
+        qt::StoreFailureOf([&] { store->DeleteObject(id); })};
     for (const auto& failure : failures) {
       EXPECT_EQ(CSErrorCodes::InvalidArgument, failure.first);
       EXPECT_EQ("Invalid Argument", failure.second);
     }
   }
   EXPECT_EQ("Invalid Argument",
-            FailureOf([&] { store->SetObject(nullptr, 0); }).second);
+            qt::StoreFailureOf([&] { store->SetObject(nullptr, 0); }).second);
   EXPECT_EQ("Invalid Argument",
-            FailureOf([&] { store->CreateObject(nullptr); }).second);
+            qt::StoreFailureOf([&] { store->CreateObject(nullptr); }).second);
   EXPECT_EQ("Invalid Argument",
-            FailureOf([&] { store->UpdateObject(nullptr); }).second);
+            qt::StoreFailureOf([&] { store->UpdateObject(nullptr); }).second);
   EXPECT_EQ("Invalid Argument",
-            FailureOf([] { ConfigStore::GetStore(""); }).second);
+            qt::StoreFailureOf([] { ConfigStore::GetStore(""); }).second);
 }
 
 TEST(ConfigStore, SharesOneHandleBetweenThreads) {

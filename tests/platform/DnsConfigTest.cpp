@@ -6,6 +6,7 @@
 #include <quarryauth/platform/tesselctl/DnsConfigImpl.h>
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
 
+#include "ExceptionText.h"
 #include "SandboxSupport.h"
 
 namespace {
@@ -26,14 +27,11 @@ void AddAndSave(const std::vector<std::string>& domains) {
 }
 
 std::string AddError(const std::string& domain) {
-  try {
+  return qt::ExceptionText<HostCtl::Lib::HostCtlException>([&] {
     DnsConfigImpl dns(kStack);
     dns.AddUserSearchDomain(domain);
     dns.SaveConfig();
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    return error.what();
-  }
-  return "no exception";
+  });
 }
 
 // A domain of exactly length characters: labels of 63 joined by dots.
@@ -157,9 +155,16 @@ TEST(DnsConfig, AllowsA255CharacterListAndRefusesLonger) {
 }
 
 TEST(DnsConfig, RefusesNamesThatAreNotDomainNames) {
-  const std::string invalid[] = {"",      "ad test", "ad..test", ".ad.test",
-                                 "a#b",   "ad;test", "ad\ttest", "ad.test\n",
-                                 "a/b.c", DomainOfLength(254, 'x'),
+  const std::string invalid[] = {"",
+                                 "ad test",
+                                 "ad..test",
+                                 ".ad.test",
+                                 "a#b",
+                                 "ad;test",
+                                 "ad\ttest",
+                                 "ad.test\n",
+                                 "a/b.c",
+                                 DomainOfLength(254, 'x'),
                                  std::string(64, 'x') + ".test"};
   for (const std::string& domain : invalid) {
     EXPECT_EQ("Unable to add the search domain '" + domain +
@@ -171,12 +176,9 @@ TEST(DnsConfig, RefusesNamesThatAreNotDomainNames) {
 }
 
 TEST(DnsConfig, RefusesAnUnknownNetworkStack) {
-  try {
-    DnsConfigImpl dns("vmotion");
-    FAIL() << "constructed";
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    EXPECT_STREQ("Unknown network stack 'vmotion'", error.what());
-  }
+  EXPECT_EQ("Unknown network stack 'vmotion'",
+            qt::ExceptionText<HostCtl::Lib::HostCtlException>(
+                [] { DnsConfigImpl dns("vmotion"); }));
 }
 
 TEST(DnsConfig, WritesNothingWithoutAChange) {

@@ -6,6 +6,7 @@
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include <quarryauth/platform/tesselctl/HostsFile.h>
 
+#include "ExceptionText.h"
 #include "SandboxSupport.h"
 
 namespace {
@@ -22,13 +23,10 @@ void AddNode1(const std::string& address = "192.0.2.10") {
 
 std::string ErrorOf(const std::string& address, const std::string& name,
                     const std::vector<std::string>& aliases) {
-  try {
+  return qt::ExceptionText<HostCtl::Lib::HostCtlException>([&] {
     HostsFile hosts;
     hosts.AddOrReplaceEntry(address, name, aliases);
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    return error.what();
-  }
-  return "no exception";
+  });
 }
 
 TEST(HostsFile, AppendsEntryAndKeepsEveryOtherLine) {
@@ -41,8 +39,7 @@ TEST(HostsFile, AppendsEntryAndKeepsEveryOtherLine) {
       "10.0.0.1 other.ad.test other\n";
   qt::WriteFile(kHosts, before);
   AddNode1();
-  EXPECT_EQ(before + "192.0.2.10\tnode1.ad.test node1\n",
-            qt::ReadFile(kHosts));
+  EXPECT_EQ(before + "192.0.2.10\tnode1.ad.test node1\n", qt::ReadFile(kHosts));
 }
 
 TEST(HostsFile, ReplacesTheEntryOfTheAddressInPlace) {
@@ -77,8 +74,7 @@ TEST(HostsFile, LeavesOtherAddressesAndCommentedEntriesAlone) {
       "192.0.2.1 shorter.address\n";
   qt::WriteFile(kHosts, before);
   AddNode1();
-  EXPECT_EQ(before + "192.0.2.10\tnode1.ad.test node1\n",
-            qt::ReadFile(kHosts));
+  EXPECT_EQ(before + "192.0.2.10\tnode1.ad.test node1\n", qt::ReadFile(kHosts));
 }
 
 TEST(HostsFile, ComparesAddressesNotTheirSpelling) {

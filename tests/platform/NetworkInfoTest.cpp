@@ -6,6 +6,7 @@
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include <quarryauth/platform/tesselctl/NetworkInfoImpl.h>
 
+#include "ExceptionText.h"
 #include "SandboxSupport.h"
 
 namespace {
@@ -36,13 +37,15 @@ std::string ManagementAddress() {
 }
 
 std::string ManagementError() {
-  try {
+  return qt::ExceptionText<HostCtl::Lib::HostCtlException>([] {
     NetworkInfoImpl network;
     network.GetManagementInterface();
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    return error.what();
-  }
-  return "no exception";
+  });
+}
+
+std::string ConstructionError() {
+  return qt::ExceptionText<HostCtl::Lib::HostCtlException>(
+      [] { NetworkInfoImpl network; });
 }
 
 TEST(NetworkInfo, UsesLoopbackWhenNamed) {
@@ -90,7 +93,8 @@ TEST(NetworkInfo, DefaultsToTheFirstInterfaceThatIsUpWithIpv4) {
 
 TEST(NetworkInfo, DefaultsWhenTheFileHasNoSuchKey) {
   AddInterface("mgmt0", "192.0.2.10/24", true);
-  qt::WriteFile(kNetworkConf, "other-key = \"lo\"\nmanagement-interface = \"\"\n");
+  qt::WriteFile(kNetworkConf,
+                "other-key = \"lo\"\nmanagement-interface = \"\"\n");
   EXPECT_EQ("192.0.2.10", ManagementAddress());
 }
 
@@ -128,37 +132,23 @@ TEST(NetworkInfo, RefusesANamedInterfaceWithoutIpv4) {
 }
 
 TEST(NetworkInfo, RefusesAMalformedSettingsFile) {
-  qt::WriteFile(kNetworkConf, "# management network\nmanagement-interface = lo\n");
-  try {
-    NetworkInfoImpl network;
-    FAIL() << "constructed";
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    EXPECT_STREQ(
-        "Unable to read '/etc/quarry/network.conf': Error parsing "
-        "configuration on line 1: no delimiter found",
-        error.what());
-  }
+  qt::WriteFile(kNetworkConf,
+                "# management network\nmanagement-interface = lo\n");
+  EXPECT_EQ(
+      "Unable to read '/etc/quarry/network.conf': Error parsing "
+      "configuration on line 1: no delimiter found",
+      ConstructionError());
   qt::WriteFile(kNetworkConf, "\nmanagement-interface = \"\n");
-  try {
-    NetworkInfoImpl network;
-    FAIL() << "constructed";
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    EXPECT_STREQ(
-        "Unable to read '/etc/quarry/network.conf': Error parsing "
-        "configuration at line 2: invalid quoting",
-        error.what());
-  }
+  EXPECT_EQ(
+      "Unable to read '/etc/quarry/network.conf': Error parsing "
+      "configuration at line 2: invalid quoting",
+      ConstructionError());
 }
 
 TEST(NetworkInfo, RefusesASettingsFileThatCannotBeRead) {
   ASSERT_EQ(0, qt::Run("mkdir /etc/quarry/network.conf"));
-  try {
-    NetworkInfoImpl network;
-    FAIL() << "constructed";
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    EXPECT_STREQ("Unable to read '/etc/quarry/network.conf': Is a directory",
-                 error.what());
-  }
+  EXPECT_EQ("Unable to read '/etc/quarry/network.conf': Is a directory",
+            ConstructionError());
 }
 
 }  // namespace
