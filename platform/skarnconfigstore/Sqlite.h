@@ -19,6 +19,8 @@ struct ConnectionCloser {
 };
 using Connection = std::unique_ptr<sqlite3, ConnectionCloser>;
 
+// error must outlive the statement; it names the operation in every
+// failure.
 class Statement {
  public:
   Statement(sqlite3* db, const char* sql, const OperationError& error);

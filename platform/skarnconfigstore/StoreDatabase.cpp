@@ -39,10 +39,12 @@ const char kCreateSchema[] =
 
 void CreateDirectory() {
   if (::mkdir(kStoreDirectory, 0700) == 0) {
-    // The umask may have taken bits away; never more than 0700.
+    // mkdir applied the umask; the directory is to be exactly 0700.
     if (::chmod(kStoreDirectory, 0700) != 0) {
       ThrowOpenFailed(std::strerror(errno));
     }
+    // Best effort: SQLite flushes the database's own directory entries, and
+    // a directory lost in a crash is simply created again.
     quarry::common::SyncParentDirectory(kStoreDirectory);
   } else if (errno != EEXIST) {
     ThrowOpenFailed(std::strerror(errno));
