@@ -2,9 +2,14 @@
 
 namespace SkarnConfigStore {
 
-ConfigStoreException::ConfigStoreException(const std::string& message)
-    : message(message) {}
+ConfigStoreException::ConfigStoreException(CSErrorCodes code,
+                                           const std::string& message)
+    : code(code), message(message) {}
+
 ConfigStoreException::~ConfigStoreException() = default;
+
+CSErrorCodes ConfigStoreException::GetCode() const { return code; }
+
 const char* ConfigStoreException::what() const noexcept {
   return message.c_str();
 }

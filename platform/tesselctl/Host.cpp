@@ -1,0 +1,13 @@
+#include "platform/tesselctl/Host.h"
+
+namespace HostCtl {
+
+Host::Host() = default;
+
+Host::~Host() = default;
+
+std::shared_ptr<Adv::AdvancedOptions> Host::GetAdvancedOptions() const {
+  return Adv::AdvancedOptions::Load();
+}
+
+}  // namespace HostCtl

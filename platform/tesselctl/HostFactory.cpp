@@ -1,0 +1,9 @@
+#include "platform/tesselctl/HostFactory.h"
+
+namespace HostCtl {
+
+std::shared_ptr<Host> HostFactory::GetHost() {
+  return std::make_shared<Host>();
+}
+
+}  // namespace HostCtl

@@ -1,0 +1,10 @@
+#include "ConfigStoreSupport.h"
+
+namespace quarry::test {
+
+std::shared_ptr<SkarnConfigStore::ConfigStore> GlobalStore() {
+  return SkarnConfigStore::ConfigStore::GetStore(
+      SkarnConfigStore::sGlobalNamespace);
+}
+
+}  // namespace quarry::test
