@@ -17,8 +17,9 @@ typedef struct TestCAMProxyControl {
   /* Which build of the plug-in this is. */
   const char* variant;
 
-  /* Answers; a null text is handed back as a null string. The plug-in
-   * returns its strings even on failure, to show they are not released. */
+  /* Answers; a null text is handed back as a null string. On failure the
+   * plug-in still hands back static strings, to show that the library does
+   * not release anything then. */
   uint32_t domainInfoResult;
   const char* netbiosName;
   const char* dnsName;

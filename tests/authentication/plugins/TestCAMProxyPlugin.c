@@ -29,6 +29,14 @@ static char* Duplicate(const char* text) {
   return text == NULL ? NULL : strdup(text);
 }
 
+/* Handed back on failure, where the library must not release anything:
+ * freeing it would be caught as an invalid free. */
+static char failureText[] = "not to be released";
+
+static char* Answer(CAMProxyResult result, const char* text) {
+  return result == CAM_PROXY_SUCCESS ? Duplicate(text) : failureText;
+}
+
 UNUSED_IN_SOME_VARIANTS static CAMProxyResult GetDomainInfo(const char* server, int verifyCertificate,
                                     const char* thumbprint, char** netbios,
                                     char** dns, char** sid) {
@@ -36,9 +44,9 @@ UNUSED_IN_SOME_VARIANTS static CAMProxyResult GetDomainInfo(const char* server, 
   Copy(control.server, server);
   control.verifyCertificate = verifyCertificate;
   Copy(control.thumbprint, thumbprint);
-  *netbios = Duplicate(control.netbiosName);
-  *dns = Duplicate(control.dnsName);
-  *sid = Duplicate(control.domainSid);
+  *netbios = Answer(control.domainInfoResult, control.netbiosName);
+  *dns = Answer(control.domainInfoResult, control.dnsName);
+  *sid = Answer(control.domainInfoResult, control.domainSid);
   return control.domainInfoResult;
 }
 
@@ -55,8 +63,8 @@ UNUSED_IN_SOME_VARIANTS static CAMProxyResult CreateMachineAccount(const char* s
   Copy(control.container, container);
   control.verifyCertificate = verifyCertificate;
   Copy(control.thumbprint, thumbprint);
-  *first = Duplicate(control.firstResult);
-  *second = Duplicate(control.secondResult);
+  *first = Answer(control.machineAccountResult, control.firstResult);
+  *second = Answer(control.machineAccountResult, control.secondResult);
   return control.machineAccountResult;
 }
 
