@@ -44,6 +44,7 @@ endif()
 
 if(CMAKE_INSTALL_COMPONENT STREQUAL "Unspecified" OR NOT CMAKE_INSTALL_COMPONENT)
   file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/include/quarryauth/authentication" TYPE FILE FILES
+    "/work/main/authentication/ActiveDirectoryConfigStore.h"
     "/work/main/authentication/AtomicFileStream.h"
     "/work/main/authentication/CAMProxy.h"
     "/work/main/authentication/CAMThumbprintStore.h"

@@ -3,6 +3,7 @@
 #ifndef QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
 #define QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
 
+#include <quarryauth/authentication/ActiveDirectoryConfigStore.h>
 #include <quarryauth/authentication/AtomicFileStream.h>
 #include <quarryauth/authentication/CAMProxy.h>
 #include <quarryauth/authentication/CAMThumbprintStore.h>

@@ -44,8 +44,13 @@ endif()
 
 if(CMAKE_INSTALL_COMPONENT STREQUAL "Unspecified" OR NOT CMAKE_INSTALL_COMPONENT)
   file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/include/quarryauth/platform/skarnconfigstore" TYPE FILE FILES
-    "/work/main/platform/skarnconfigstore/Export.h"
+    "/work/main/platform/skarnconfigstore/ConfigStore.h"
     "/work/main/platform/skarnconfigstore/ConfigStoreException.h"
+    "/work/main/platform/skarnconfigstore/ConfigStoreObject.h"
+    "/work/main/platform/skarnconfigstore/ConfigStoreObjectId.h"
+    "/work/main/platform/skarnconfigstore/CSErrorCodes.h"
+    "/work/main/platform/skarnconfigstore/Export.h"
+    "/work/main/platform/skarnconfigstore/StoreObject.h"
     )
 endif()
 

@@ -44,8 +44,20 @@ endif()
 
 if(CMAKE_INSTALL_COMPONENT STREQUAL "Unspecified" OR NOT CMAKE_INSTALL_COMPONENT)
   file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/include/quarryauth/platform/tesselctl" TYPE FILE FILES
+    "/work/main/platform/tesselctl/AdvancedIntegerOption.h"
+    "/work/main/platform/tesselctl/AdvancedOption.h"
+    "/work/main/platform/tesselctl/AdvancedOptionBranch.h"
+    "/work/main/platform/tesselctl/AdvancedOptions.h"
+    "/work/main/platform/tesselctl/DnsConfigImpl.h"
     "/work/main/platform/tesselctl/Export.h"
+    "/work/main/platform/tesselctl/Host.h"
     "/work/main/platform/tesselctl/HostCtlException.h"
+    "/work/main/platform/tesselctl/HostFactory.h"
+    "/work/main/platform/tesselctl/HostsFile.h"
+    "/work/main/platform/tesselctl/IpConfig.h"
+    "/work/main/platform/tesselctl/Ipv4Address.h"
+    "/work/main/platform/tesselctl/NetworkInfoImpl.h"
+    "/work/main/platform/tesselctl/NetworkInterface.h"
     )
 endif()
 

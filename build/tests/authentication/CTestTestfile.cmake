@@ -7,4 +7,5 @@
 include("/work/main/build/tests/authentication/test_exceptions[1]_include.cmake")
 include("/work/main/build/tests/authentication/test_configuration[1]_include.cmake")
 include("/work/main/build/tests/authentication/test_camproxy[1]_include.cmake")
+include("/work/main/build/tests/authentication/test_configstore_access[1]_include.cmake")
 subdirs("plugins")
