@@ -238,6 +238,9 @@ std::ostream& operator<<(std::ostream& out,
 std::istream& operator>>(std::istream& in, NSSConfiguration& configuration) {
   if (in.fail()) return in;
   std::string line;
+  // One line stream for all lines: building a stream per line would cost
+  // more than the parse itself.
+  std::istringstream words;
   while (std::getline(in, line)) {
     // The comment test comes before the trimming: an indented comment is
     // dropped later, as a line whose first word names no database.
@@ -246,7 +249,8 @@ std::istream& operator>>(std::istream& in, NSSConfiguration& configuration) {
     if (start == std::string::npos) continue;
     line.erase(0, start);
 
-    std::istringstream words(line);
+    words.clear();
+    words.str(line);
     std::string first;
     words >> first;
     // The last character is meant to be the colon; it is dropped whatever
