@@ -69,8 +69,8 @@ class CloseBracketFinder {
   std::size_t found = std::string::npos;
 };
 
-// Reads the services of one line (already trimmed at its front) after its
-// first word into queue; see the declaration of operator>> in NSS.h.
+// Reads the services that follow the first word of one line (already
+// trimmed at its front) into the queue of database; see operator>> in NSS.h.
 void ReadServices(std::istringstream& words, const std::string& line,
                   NSSConfiguration& configuration, const NSSDatabase& database) {
   CloseBracketFinder closeBracket(line);
