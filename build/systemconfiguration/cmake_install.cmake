@@ -42,3 +42,10 @@ if(NOT DEFINED CMAKE_OBJDUMP)
   set(CMAKE_OBJDUMP "/usr/bin/objdump")
 endif()
 
+if(CMAKE_INSTALL_COMPONENT STREQUAL "Unspecified" OR NOT CMAKE_INSTALL_COMPONENT)
+  file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/include/quarryauth/systemconfiguration" TYPE FILE FILES
+    "/work/main/systemconfiguration/NSS.h"
+    "/work/main/systemconfiguration/PAM.h"
+    )
+endif()
+

@@ -3,4 +3,7 @@
 #ifndef QUARRYAUTH_SYSTEMCONFIGURATION_UMBRELLA_H
 #define QUARRYAUTH_SYSTEMCONFIGURATION_UMBRELLA_H
 
+#include <quarryauth/systemconfiguration/NSS.h>
+#include <quarryauth/systemconfiguration/PAM.h>
+
 #endif
