@@ -8,6 +8,7 @@
 #include <quarryauth/authentication/ErrorMapping.h>
 #include <quarryauth/authentication/Exception.h>
 #include <quarryauth/authentication/LibraryConfiguration.h>
+#include <quarryauth/authentication/ThreadUtil.h>
 #include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
 
