@@ -3,8 +3,11 @@
 #ifndef QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
 #define QUARRYAUTH_AUTHENTICATION_UMBRELLA_H
 
+#include <quarryauth/authentication/ActiveDirectoryProvider.h>
 #include <quarryauth/authentication/AtomicFileStream.h>
+#include <quarryauth/authentication/CAMRecords.h>
 #include <quarryauth/authentication/Configuration.h>
+#include <quarryauth/authentication/Domain.h>
 #include <quarryauth/authentication/ErrorMapping.h>
 #include <quarryauth/authentication/Exception.h>
 #include <quarryauth/authentication/LibraryConfiguration.h>
