@@ -41,13 +41,15 @@ bool ActiveDirectoryStore::AskWorker(bool& inFlight, Worker<Value> worker,
   }
   // The worker holds its own references, so that it may outlive this call
   // and even this store.
-  boost::shared_ptr<RequestState> request(new RequestState());
+  boost::shared_ptr<RequestState> request;
   try {
+    request.reset(new RequestState());
     QuarryauthThreadUtil::ScheduleThread(
         [worker, provider = provider, request, cache] {
           worker(provider, request, cache);
         });
-  } catch (const ThreadErrorException&) {
+  } catch (...) {
+    // No worker was started to clear the flag.
     MutexLock lock(&_lock);
     inFlight = false;
     throw;
