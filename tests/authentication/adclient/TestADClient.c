@@ -41,6 +41,8 @@ static int releaseCount;
 static int nullReleaseCount;
 static int sentinelReleaseCount;
 static int liveAllocations;
+/* Metadata texts set by a test, kept while the plug-in is loaded. */
+static char* keptMetadata[4];
 
 /* Handed back after a failure; releasing it is a fault of the caller. */
 static char sentinelText[] = "must not be released";
@@ -448,19 +450,28 @@ EXPORT void TestADClientSetMetadata(int32_t version, const char* pamModule,
                                     const char* pamModuleParameters,
                                     const char* nssModule,
                                     const char* nssModuleParameters) {
-  /* Kept for the life of the process, like static metadata texts. */
-  static char* kept[4];
   const char* given[4] = {pamModule, pamModuleParameters, nssModule,
                           nssModuleParameters};
   for (int i = 0; i < 4; ++i) {
-    free(kept[i]);
-    kept[i] = given[i] ? strdup(given[i]) : NULL;
+    free(keptMetadata[i]);
+    keptMetadata[i] = given[i] ? strdup(given[i]) : NULL;
   }
   METADATA.version = version;
-  METADATA.pamModule = kept[0];
-  METADATA.pamModuleParameters = kept[1];
-  METADATA.nssModule = kept[2];
-  METADATA.nssModuleParameters = kept[3];
+  METADATA.pamModule = keptMetadata[0];
+  METADATA.pamModuleParameters = keptMetadata[1];
+  METADATA.nssModule = keptMetadata[2];
+  METADATA.nssModuleParameters = keptMetadata[3];
+}
+
+/* Frees the test's settings when the plug-in is unloaded, so that a leak
+ * check sees only what the library failed to release. */
+__attribute__((destructor)) static void FreeSettings(void) {
+  for (int operation = 0; operation < TEST_OP_COUNT; ++operation) {
+    struct OperationState* state = &states[operation];
+    for (int i = 0; i < state->textCount; ++i) free(state->texts[i]);
+    RecordArguments(state, NULL, 0);
+  }
+  for (int i = 0; i < 4; ++i) free(keptMetadata[i]);
 }
 
 EXPORT void TestADClientBlock(int operation) {
