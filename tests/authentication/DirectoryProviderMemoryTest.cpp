@@ -15,15 +15,21 @@ namespace {
 std::atomic<size_t> failingSize{0};
 }  // namespace
 
-void* operator new(size_t size) {
+// Kept out of line: the compiler would otherwise pair this free() with the
+// standard operator new it knows and warn.
+__attribute__((noinline)) void* operator new(size_t size) {
   if (size != 0 && size == failingSize.load()) throw std::bad_alloc();
   void* memory = std::malloc(size != 0 ? size : 1);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+__attribute__((noinline)) void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+__attribute__((noinline)) void operator delete(void* memory, size_t) noexcept {
+  std::free(memory);
+}
 
 namespace {
 
