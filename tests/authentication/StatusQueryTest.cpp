@@ -1,10 +1,13 @@
 // The Active Directory store's three status queries: worker threads, the
 // time-out, the caches and the in-flight rule.
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <memory>
 #include <string>
 #include <syslog.h>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -143,6 +146,26 @@ TEST_F(StatusQueries, TimeoutAnswersFromTheCacheAndASecondCallerAtOnce) {
   EXPECT_EQ(cached, AtOnce(TEST_OP_GET_TRUSTED_DOMAINS,
                            [&] { return store->GetTrustedDomains(); }));
   EXPECT_EQ(2, plugin.Calls(TEST_OP_GET_TRUSTED_DOMAINS));
+}
+
+TEST_F(StatusQueries, TwoCallersWhileAWorkerIsOutBothGetTheCacheAtOnce) {
+  plugin.Block(TEST_OP_GET_TRUSTED_DOMAINS);
+  store->GetTrustedDomains();
+  const size_t lines = CapturedLog().size();
+  const auto started = Clock::now();
+  std::vector<std::thread> callers;
+  std::atomic<int> emptyAnswers{0};
+  for (int i = 0; i < 2; ++i) {
+    callers.emplace_back([&] {
+      if (store->GetTrustedDomains().empty()) ++emptyAnswers;
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  EXPECT_LT(Clock::now() - started, std::chrono::seconds(1));
+  EXPECT_EQ(2, emptyAnswers.load());
+  EXPECT_EQ(1, plugin.Calls(TEST_OP_GET_TRUSTED_DOMAINS));
+  EXPECT_EQ(lines, CapturedLog().size());
+  EXPECT_EQ(baselineThreads + 1, CountThreads());
 }
 
 TEST_F(StatusQueries, AnotherStoreAnswersFromItsOwnCacheWhileAWorkerIsOut) {
