@@ -210,6 +210,11 @@ int CountThreads() {
   return count;
 }
 
+int BaselineThreadCount() {
+  std::thread([] {}).join();
+  return CountThreads();
+}
+
 bool WaitForThreadCount(int expected) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   while (CountThreads() != expected) {

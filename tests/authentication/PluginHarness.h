@@ -82,6 +82,10 @@ std::string InstallStandardPlugin();
 
 // Threads of this process, from /proc/self/task.
 int CountThreads();
+// The count to come back to once workers are gone. A thread is started and
+// joined first: sanitizer runtimes add a helper thread of their own at the
+// first thread a process creates.
+int BaselineThreadCount();
 // Waits up to 30 seconds for the thread count to fall to expected.
 bool WaitForThreadCount(int expected);
 

@@ -20,6 +20,7 @@ namespace {
 
 namespace qa = quarry::authentication;
 using quarryauth_test::CapturedLog;
+using quarryauth_test::BaselineThreadCount;
 using quarryauth_test::CountThreads;
 using quarryauth_test::InstallStandardPlugin;
 using quarryauth_test::LogLine;
@@ -43,7 +44,7 @@ class StatusQueries : public ::testing::Test {
  protected:
   StatusQueries()
       : plugin(InstallStandardPlugin()),
-        baselineThreads(CountThreads()),
+        baselineThreads(BaselineThreadCount()),
         store(new qa::ActiveDirectoryStore(1)) {}
 
   void TearDown() override {

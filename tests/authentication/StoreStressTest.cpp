@@ -14,6 +14,7 @@
 namespace {
 
 namespace qa = quarry::authentication;
+using quarryauth_test::BaselineThreadCount;
 using quarryauth_test::CountThreads;
 using quarryauth_test::InstallStandardPlugin;
 using quarryauth_test::PluginControl;
@@ -85,7 +86,7 @@ class StoreStress : public ::testing::Test {
 };
 
 TEST_F(StoreStress, InstantPlugin) {
-  const int baseline = CountThreads();
+  const int baseline = BaselineThreadCount();
   {
     qa::ActiveDirectoryStore store(30);
     Hammer(store);
@@ -98,7 +99,7 @@ TEST_F(StoreStress, InstantPlugin) {
 }
 
 TEST_F(StoreStress, HangingPlugin) {
-  const int baseline = CountThreads();
+  const int baseline = BaselineThreadCount();
   for (TestOperation operation : kQueried) plugin.Block(operation);
   {
     qa::ActiveDirectoryStore store(1);
