@@ -23,7 +23,7 @@ const int kJoinAttempts = 4;
 const unsigned int kJoinRetrySeconds = 30;
 
 // The name becomes part of a path, so it must not climb out of the plug-in
-// directory.
+// directory (nor cut the path short with a NUL).
 void CheckPlainFileName(const std::string& name) {
   if (name.find('/') != std::string::npos ||
       name.find('\0') != std::string::npos || name == "." || name == "..") {
@@ -46,8 +46,7 @@ std::string TextOrEmpty(const char* text) {
   return text != nullptr ? std::string(text) : std::string();
 }
 
-template <class Container>
-void AppendWords(const char* text, Container& words) {
+void AppendWords(const char* text, std::list<std::string>& words) {
   if (text == nullptr) return;
   std::istringstream in(text);
   std::string word;
