@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string>
 #include <sys/time.h>
 
 #include "authentication/MutexLock.h"
