@@ -1,0 +1,270 @@
+#include "authentication/ActiveDirectoryStore.h"
+
+#include <syslog.h>
+#include <utility>
+
+#include "authentication/Exception.h"
+#include "authentication/LibraryConfiguration.h"
+#include "authentication/Log.h"
+#include "authentication/MutexLock.h"
+
+namespace quarry {
+namespace authentication {
+
+namespace {
+
+const TrustState kTrustStateTimedOut = 2;
+const TrustState kTrustStateFileNotFound = 7;
+
+std::string ConfiguredProviderName() {
+  ProviderConfiguration configuration;
+  std::string name = configuration["provider"];
+  if (name.empty()) throw InvalidActiveDirectoryProviderException("(unset)");
+  return name;
+}
+
+}  // namespace
+
+pthread_mutex_t ActiveDirectoryStore::_lock = PTHREAD_MUTEX_INITIALIZER;
+bool ActiveDirectoryStore::_isGetStoreConfigThreadActive = false;
+bool ActiveDirectoryStore::_isGetTrustedDomainsThreadActive = false;
+bool ActiveDirectoryStore::_isGetTrustStateThreadActive = false;
+
+template <class Value>
+bool ActiveDirectoryStore::AskWorker(bool& inFlight, Worker<Value> worker,
+                                     const boost::shared_ptr<Value>& cache,
+                                     const char* timeoutWarning) const {
+  {
+    MutexLock lock(&_lock);
+    if (inFlight) return true;  // answered from the cache at once
+    inFlight = true;
+  }
+  // The worker holds its own references, so that it may outlive this call
+  // and even this store.
+  boost::shared_ptr<RequestState> request;
+  try {
+    request.reset(new RequestState());
+    QuarryauthThreadUtil::ScheduleThread(
+        [worker, provider = provider, request, cache] {
+          worker(provider, request, cache);
+        });
+  } catch (...) {
+    // No worker was started to clear the flag.
+    MutexLock lock(&_lock);
+    inFlight = false;
+    throw;
+  }
+  try {
+    request->WaitResult(timeoutSeconds);
+  } catch (const ProviderCallTimedOutException&) {
+    Log(LOG_WARNING, "%s", timeoutWarning);
+    return false;
+  }
+  return true;
+}
+
+template <class Value>
+void ActiveDirectoryStore::FinishWorker(bool& inFlight, RequestState& request,
+                                        Value& cache, Value& answer) {
+  {
+    MutexLock lock(&_lock);
+    cache = std::move(answer);
+    inFlight = false;
+  }
+  request.Done(nullptr);
+}
+
+void ActiveDirectoryStore::FailWorker(bool& inFlight, RequestState& request,
+                                      const Exception& error) {
+  {
+    MutexLock lock(&_lock);
+    inFlight = false;
+  }
+  request.Done(&error);
+}
+
+template <class Value>
+Value ActiveDirectoryStore::ReadCache(const Value& cache) {
+  MutexLock lock(&_lock);
+  return cache;
+}
+
+void ActiveDirectoryStore::WriteTrustState(TrustState& cache,
+                                           TrustState state) {
+  MutexLock lock(&_lock);
+  cache = state;
+}
+
+ActiveDirectoryStore::ActiveDirectoryStore(int timeoutSeconds)
+    : timeoutSeconds(timeoutSeconds),
+      provider(new ActiveDirectoryProvider(ConfiguredProviderName())),
+      configurationCache(new ActiveDirectoryStoreConfiguration()),
+      trustStateCache(new TrustState(0)),
+      trustedDomainsCache(new std::deque<Domain>()) {}
+
+ActiveDirectoryStore::~ActiveDirectoryStore() = default;
+
+std::string ActiveDirectoryStore::GetDisplayName() const {
+  return "Active Directory";
+}
+
+void ActiveDirectoryStore::MakeActive() {
+  AuthenticationConfiguration file;
+  RecordAsActive(file);
+}
+
+void ActiveDirectoryStore::MakeInactive() {}
+
+StoreConfiguration* ActiveDirectoryStore::GetStoreConfiguration() const {
+  AskWorker(_isGetStoreConfigThreadActive, &GetStoreConfigurationInt,
+            configurationCache,
+            "GetStoreConfiguration call timedout. Returning cached value.");
+  return new ActiveDirectoryStoreConfiguration(ReadCache(*configurationCache));
+}
+
+std::deque<Domain> ActiveDirectoryStore::GetTrustedDomains() const {
+  AskWorker(_isGetTrustedDomainsThreadActive, &GetTrustedDomainsInt,
+            trustedDomainsCache,
+            "GetTrustedDomains call timedout. Returning cached value.");
+  return ReadCache(*trustedDomainsCache);
+}
+
+TrustState ActiveDirectoryStore::GetDomainTrustState() const {
+  // A host that lacks the files for trusted domains has no trust state to
+  // ask for.
+  try {
+    GetTrustedDomains();
+  } catch (const FileNotFoundException&) {
+    WriteTrustState(*trustStateCache, kTrustStateFileNotFound);
+    return kTrustStateFileNotFound;
+  } catch (const Exception& error) {
+    Log(LOG_WARNING,
+        "GetDomainTrustState: Call to GetTrustedDomains() failed: %s",
+        error.what());
+  }
+  // The warning says "cached", but a trust state that could not be fetched
+  // in time is reported, and remembered, as timed out.
+  if (!AskWorker(_isGetTrustStateThreadActive, &GetDomainTrustStateInt,
+                 trustStateCache,
+                 "GetDomainTrustState call timedout. Returning cached value.")) {
+    WriteTrustState(*trustStateCache, kTrustStateTimedOut);
+    return kTrustStateTimedOut;
+  }
+  return ReadCache(*trustStateCache);
+}
+
+void ActiveDirectoryStore::PartDomain(const Credentials& credentials) {
+  provider->PartDomain(credentials);
+}
+
+void ActiveDirectoryStore::SetPreferredDomainControllers(
+    const std::deque<std::string>& hostNames) {
+  try {
+    provider->SetPreferredDomainControllers(hostNames);
+  } catch (const CallNotImplementedException&) {
+    Log(LOG_WARNING,
+        "Setting of preferred domain controllers is not implemented.");
+  }
+}
+
+std::string ActiveDirectoryStore::GetDomainControllerForDomain(
+    const std::string& domain) const {
+  try {
+    return provider->GetAnyDomainController("", domain);
+  } catch (const CallNotImplementedException&) {
+    return "";
+  }
+}
+
+std::string ActiveDirectoryStore::GetHostPrincipalForDomain(
+    const std::string& domain) const {
+  try {
+    return provider->GetHostPrincipalForDomain(domain);
+  } catch (const CallNotImplementedException&) {
+    return "";
+  }
+}
+
+uint32_t ActiveDirectoryStore::GetDomainTrustRelationship(
+    const std::string& domain) const {
+  try {
+    return provider->GetDomainTrustRelationship(domain);
+  } catch (const CallNotImplementedException&) {
+    return 0;
+  }
+}
+
+std::string ActiveDirectoryStore::ConvertCanonicalUsername(
+    const std::string& name) const {
+  try {
+    return provider->ConvertCanonicalUsername(name);
+  } catch (const CallNotImplementedException&) {
+    return name;
+  }
+}
+
+void ActiveDirectoryStore::SetSmartCardEnabledServices(
+    const std::vector<std::string>& services) const {
+  provider->SetSmartCardEnabledServices(services);
+}
+
+std::vector<std::string> ActiveDirectoryStore::GetSmartCardEnabledServices()
+    const {
+  return provider->GetSmartCardEnabledServices();
+}
+
+void ActiveDirectoryStore::GetStoreConfigurationInt(
+    boost::shared_ptr<ActiveDirectoryProvider> provider,
+    boost::shared_ptr<RequestState> request,
+    boost::shared_ptr<ActiveDirectoryStoreConfiguration> cache) {
+  // Each part the plug-in cannot give stays empty; the rest is still worth
+  // reporting.
+  ActiveDirectoryStoreConfiguration answer;
+  try {
+    answer.activeDomain = provider->GetActiveDomain();
+  } catch (const std::exception&) {
+  }
+  try {
+    answer.preferredDomainControllers =
+        provider->GetPreferredDomainControllers();
+  } catch (const std::exception&) {
+  }
+  try {
+    answer.machineAccountDN = provider->GetMachineAccountDN();
+  } catch (const std::exception&) {
+  }
+  FinishWorker(_isGetStoreConfigThreadActive, *request, *cache, answer);
+}
+
+void ActiveDirectoryStore::GetTrustedDomainsInt(
+    boost::shared_ptr<ActiveDirectoryProvider> provider,
+    boost::shared_ptr<RequestState> request,
+    boost::shared_ptr<std::deque<Domain>> cache) {
+  std::deque<Domain> answer;
+  try {
+    answer = provider->GetTrustedDomains();
+  } catch (const CallNotImplementedException&) {
+  } catch (const Exception& error) {
+    FailWorker(_isGetTrustedDomainsThreadActive, *request, error);
+    return;
+  }
+  FinishWorker(_isGetTrustedDomainsThreadActive, *request, *cache, answer);
+}
+
+void ActiveDirectoryStore::GetDomainTrustStateInt(
+    boost::shared_ptr<ActiveDirectoryProvider> provider,
+    boost::shared_ptr<RequestState> request,
+    boost::shared_ptr<TrustState> cache) {
+  TrustState answer = 0;
+  try {
+    answer = provider->GetDomainTrustState();
+  } catch (const CallNotImplementedException&) {
+  } catch (const Exception& error) {
+    FailWorker(_isGetTrustStateThreadActive, *request, error);
+    return;
+  }
+  FinishWorker(_isGetTrustStateThreadActive, *request, *cache, answer);
+}
+
+}  // namespace authentication
+}  // namespace quarry
