@@ -50,6 +50,36 @@ class QUARRYAUTH_EXPORT ActiveDirectoryStore : public DirectoryStore {
   // out, otherwise the plug-in's answer (0 when it has none).
   TrustState GetDomainTrustState() const;
 
+  // Makes sure the host's name can serve as a computer account name in
+  // domain and that the host resolves itself: the short name must match the
+  // resolver's canonical name and not be generic, and /etc/hosts maps the
+  // management address to the host's names. A host outside domain only
+  // warns and gets domain as a DNS search domain. Throws
+  // InvalidHostNameException; platform failures pass through.
+  void SanitiseHostnameForDomain(const std::string& domain) const;
+
+  // Joins the domain named before the first "/" of domain, with everything
+  // after it as the organizational unit, and records it in the host
+  // configuration store. When recording fails the host leaves the domain
+  // again and the store's exception reaches the caller.
+  void JoinDomain(const std::string& domain, const Credentials& credentials,
+                  bool skipHostnameChecks);
+  // Joins through the authentication proxy at server (an IPv4 address),
+  // which creates the machine account in organizationalUnit (empty: its
+  // default container).
+  void JoinDomainWithCAM(const std::string& server,
+                         const std::string& organizationalUnit,
+                         bool skipHostnameChecks);
+  // Records the proxy's certificate (PEM text) and its thumbprint.
+  void ImportCertificateForCAM(const std::string& certificate);
+  // The same from a PEM file; the second argument is not used.
+  void ImportCertificateForCAM(const std::string& path,
+                               const std::string& unused);
+  // The DNS domain that the proxy at server serves.
+  std::string GetDomainForCAMService(const std::string& server);
+
+  // Leaves the domain without credentials and forgets the domain record.
+  void PartDomain();
   // Leaves the domain with an account; the configuration store's domain
   // record is left as it is.
   void PartDomain(const Credentials& credentials);
@@ -84,6 +114,12 @@ class QUARRYAUTH_EXPORT ActiveDirectoryStore : public DirectoryStore {
       boost::shared_ptr<TrustState> cache);
 
  private:
+  // Records a completed join; on failure leaves the domain again and
+  // rethrows the store's exception.
+  void RecordDomainOrLeave(const std::string& domainName,
+                           const std::string& organizationalUnit,
+                           const std::string& authProxyAddress);
+
   template <class Value>
   using Worker = void (*)(boost::shared_ptr<ActiveDirectoryProvider>,
                           boost::shared_ptr<RequestState>,

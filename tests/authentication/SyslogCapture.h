@@ -3,6 +3,7 @@
 #ifndef QUARRYAUTH_TESTS_SYSLOGCAPTURE_H
 #define QUARRYAUTH_TESTS_SYSLOGCAPTURE_H
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,11 @@ struct LogLine {
 };
 
 std::vector<LogLine> CapturedLog();
+
+// Shows a log line readably in test failure messages.
+inline void PrintTo(const LogLine& line, std::ostream* out) {
+  *out << "{" << line.priority << ", \"" << line.text << "\"}";
+}
 
 }  // namespace quarryauth_test
 

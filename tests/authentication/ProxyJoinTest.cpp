@@ -1,0 +1,471 @@
+// Joining through the authentication proxy, finding the proxy's domain and
+// importing the proxy's certificate.
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <syslog.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <quarryauth/authentication.h>
+
+#include "authentication/HostSetup.h"
+#include "authentication/PluginHarness.h"
+#include "authentication/SyslogCapture.h"
+#include "authentication/plugins/TestCAMProxyControl.h"
+#include "support/Interpose.h"
+
+namespace {
+int gSleeps = 0;
+}
+QUARRY_TEST_INTERPOSE unsigned int sleep(unsigned int) {
+  ++gSleeps;
+  return 0;
+}
+
+namespace {
+
+namespace qa = quarry::authentication;
+using quarryauth_test::CapturedLog;
+using quarryauth_test::LogLine;
+using quarryauth_test::PluginControl;
+using quarryauth_test::ReadFile;
+using quarryauth_test::WriteFile;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Optional;
+
+const char kServer[] = "192.0.2.10";
+const char kCamPlugin[] = "/usr/libexec/quarryauth/lib64/libtestcam.so";
+const char kAdvanced[] = "/etc/quarry/advanced.conf";
+const char kOptionInvalid[] = "The VerifyCAMCertificate option is invalid: ";
+
+std::string RunCommand(const std::string& command) {
+  FILE* pipe = ::popen(command.c_str(), "r");
+  if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
+  std::string output;
+  char buffer[512];
+  while (std::size_t got = std::fread(buffer, 1, sizeof buffer, pipe)) {
+    output.append(buffer, got);
+  }
+  if (::pclose(pipe) != 0) throw std::runtime_error("failed: " + command);
+  return output;
+}
+
+// Makes a self-signed certificate at path (PEM) and returns the SHA-1
+// fingerprint that openssl prints for it.
+std::string MakeCertificate(const std::string& path, const std::string& name) {
+  RunCommand("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 "
+      "-nodes -keyout " + path + ".key -out " + path + " -days 2 -subj /CN=" +
+      name + " 2>/dev/null");
+  std::string fingerprint =
+      RunCommand("openssl x509 -noout -fingerprint -sha1 -in " + path);
+  fingerprint = fingerprint.substr(fingerprint.find('=') + 1);
+  fingerprint.erase(fingerprint.find_last_not_of("\n") + 1);
+  return fingerprint;
+}
+
+class ProxyJoin : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    adPath_ = quarryauth_test::InstallStandardPlugin();
+    quarryauth_test::AddManagementInterface();
+    quarryauth_test::SetHost("node1.ad.test", "node1.ad.test node1");
+    InstallProxyPlugin();
+    store_.reset(new qa::ActiveDirectoryStore(60));
+    ad_.reset(new PluginControl(adPath_));
+  }
+
+  void InstallProxyPlugin() {
+    quarryauth_test::WriteFile(
+        "/etc/quarry/quarryauth/camprovider.conf", "provider = \"testcam\"\n");
+    if (std::system("mkdir -p /usr/libexec/quarryauth/lib64 && cp '" TEST_CAM_PLUGIN
+                    "' /usr/libexec/quarryauth/lib64/libtestcam.so") != 0) {
+      throw std::runtime_error("cannot install the proxy plug-in");
+    }
+    // Held open so that the answers set here outlive the library's handle.
+    camHandle_ = ::dlopen(kCamPlugin, RTLD_NOW | RTLD_GLOBAL);
+    if (camHandle_ == nullptr) throw std::runtime_error(::dlerror());
+    auto get = reinterpret_cast<TestCAMProxyGetControlFunction>(
+        ::dlsym(camHandle_, "TestCAMProxyGetControl"));
+    cam_ = get();
+    cam_->netbiosName = "AD";
+    cam_->dnsName = "ad.test";
+    cam_->domainSid = "S-1-5-21-1-2-3";
+    cam_->firstResult = "CN=NODE1,CN=Computers,DC=ad,DC=test";
+    cam_->secondResult = "one-time-password";
+  }
+
+  void TearDown() override {
+    if (camHandle_ != nullptr) ::dlclose(camHandle_);
+  }
+
+  static void SetOption(const std::string& value) {
+    WriteFile(kAdvanced,
+              "UserVars.ActiveDirectoryVerifyCAMCertificate = \"" + value +
+                  "\"\n");
+  }
+
+  template <class Failure>
+  std::string JoinFailure(const std::string& server, const std::string& ou,
+                          bool skip) {
+    try {
+      store_->JoinDomainWithCAM(server, ou, skip);
+    } catch (const Failure& error) {
+      return error.what();
+    }
+    return "(nothing thrown)";
+  }
+
+  static std::string StoredDomain() {
+    try {
+      qa::ActiveDirectoryConfigStore configStore;
+      return configStore.GetDomainName() + "|" +
+             configStore.GetOrganizationalUnit() + "|" +
+             configStore.GetAuthProxyAddr();
+    } catch (const qa::ConfigurationError&) {
+      return "(none)";
+    }
+  }
+
+  std::string adPath_;
+  void* camHandle_ = nullptr;
+  TestCAMProxyControl* cam_ = nullptr;
+  std::unique_ptr<qa::ActiveDirectoryStore> store_;
+  std::unique_ptr<PluginControl> ad_;
+};
+
+TEST_F(ProxyJoin, HostNameInsteadOfAddressIsRefusedBeforeAnythingElse) {
+  WriteFile(kAdvanced, "broken line\n");
+  EXPECT_EQ(JoinFailure<qa::InvalidIPAddressException>("proxy.ad.test", "",
+                                                       false),
+            "The IP Address is invalid: IPv4 address 'proxy.ad.test' cannot "
+            "be parsed as an IP address");
+  EXPECT_EQ(cam_->domainInfoCalls, 0);
+  EXPECT_EQ(ad_->Calls(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT), 0);
+}
+
+TEST_F(ProxyJoin, OptionZeroJoinsWithoutVerification) {
+  SetOption("0");
+  qa::ActiveDirectoryConfigStore().StoreAuthProxyCertInfo("AA:BB", "pem");
+  store_->JoinDomainWithCAM(kServer, "", false);
+  EXPECT_EQ(cam_->verifyCertificate, 0);
+  EXPECT_STREQ(cam_->thumbprint, "");
+  EXPECT_STREQ(cam_->server, kServer);
+  EXPECT_EQ(StoredDomain(), std::string("ad.test||") + kServer);
+}
+
+TEST_F(ProxyJoin, OptionOneVerifiesAgainstTheStoredThumbprint) {
+  SetOption("1");
+  qa::ActiveDirectoryConfigStore().StoreAuthProxyCertInfo("AA:BB", "pem");
+  store_->JoinDomainWithCAM(kServer, "", true);
+  EXPECT_EQ(cam_->verifyCertificate, 1);
+  EXPECT_STREQ(cam_->thumbprint, "AA:BB");
+}
+
+TEST_F(ProxyJoin, MissingOptionMeansVerify) {
+  qa::ActiveDirectoryConfigStore().StoreAuthProxyCertInfo("CC:DD", "pem");
+  store_->JoinDomainWithCAM(kServer, "", true);
+  EXPECT_EQ(cam_->verifyCertificate, 1);
+  EXPECT_STREQ(cam_->thumbprint, "CC:DD");
+}
+
+TEST_F(ProxyJoin, OptionOneWithoutStoredCertificateFails) {
+  SetOption("1");
+  EXPECT_EQ(JoinFailure<qa::InvalidThumbprintStoreException>(kServer, "",
+                                                             true),
+            "The specified thumbprint store 'auth_proxy_certificate' is "
+            "invalid");
+  EXPECT_THAT(CapturedLog(),
+              ElementsAre(LogLine{LOG_ERR,
+                                  "Unable to fetch thumbprint from Config "
+                                  "Store: Failed to get the requested "
+                                  "object"}));
+  EXPECT_EQ(cam_->domainInfoCalls + cam_->machineAccountCalls, 0);
+}
+
+TEST_F(ProxyJoin, OptionTwoIsInvalid) {
+  SetOption("2");
+  EXPECT_EQ(JoinFailure<qa::InvalidVerifyCAMCertificateOptionException>(
+                kServer, "", true),
+            std::string(kOptionInvalid) +
+                "Invalid value for UserVars.ActiveDirectoryVerifyCAMCertificate");
+  EXPECT_EQ(cam_->domainInfoCalls, 0);
+}
+
+TEST_F(ProxyJoin, NegativeOptionIsInvalid) {
+  SetOption("-1");
+  EXPECT_EQ(JoinFailure<qa::InvalidVerifyCAMCertificateOptionException>(
+                kServer, "", true),
+            std::string(kOptionInvalid) +
+                "Invalid value for UserVars.ActiveDirectoryVerifyCAMCertificate");
+}
+
+TEST_F(ProxyJoin, NonIntegerOptionCannotBeRead) {
+  SetOption("yes");
+  EXPECT_EQ(JoinFailure<qa::InvalidVerifyCAMCertificateOptionException>(
+                kServer, "", true),
+            std::string(kOptionInvalid) +
+                "Unable to get advanced option "
+                "UserVars.ActiveDirectoryVerifyCAMCertificate");
+}
+
+TEST_F(ProxyJoin, MalformedOptionsFileCannotBeRead) {
+  WriteFile(kAdvanced, "no delimiter here\n");
+  EXPECT_EQ(JoinFailure<qa::InvalidVerifyCAMCertificateOptionException>(
+                kServer, "", true),
+            std::string(kOptionInvalid) +
+                "Unable to get advanced option "
+                "UserVars.ActiveDirectoryVerifyCAMCertificate");
+}
+
+TEST_F(ProxyJoin, MissingProxyProviderFileIsNoneInstalled) {
+  SetOption("0");
+  ::unlink("/etc/quarry/quarryauth/camprovider.conf");
+  EXPECT_EQ(JoinFailure<qa::InvalidCAMProxyProviderException>(kServer, "",
+                                                               true),
+            "The specified CAMProxy provider '(none installed)' is invalid");
+}
+
+TEST_F(ProxyJoin, EmptyProxyProviderIsUnset) {
+  SetOption("0");
+  WriteFile("/etc/quarry/quarryauth/camprovider.conf", "provider = \"\"\n");
+  EXPECT_EQ(JoinFailure<qa::InvalidCAMProxyProviderException>(kServer, "",
+                                                               true),
+            "The specified CAMProxy provider '(unset)' is invalid");
+}
+
+TEST_F(ProxyJoin, UnloadableProxyProviderIsInvalid) {
+  SetOption("0");
+  WriteFile("/etc/quarry/quarryauth/camprovider.conf",
+            "provider = \"absent\"\n");
+  EXPECT_EQ(JoinFailure<qa::InvalidCAMProxyProviderException>(kServer, "",
+                                                               true),
+            "The specified CAMProxy provider 'absent' is invalid");
+}
+
+TEST_F(ProxyJoin, RecordsReachTheDirectoryPluginFieldByField) {
+  SetOption("0");
+  store_->JoinDomainWithCAM(kServer, "", true);
+  EXPECT_STREQ(cam_->account, "node1.ad.test");
+  EXPECT_EQ(cam_->containerWasNull, 1);
+  EXPECT_THAT(ad_->Arguments(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT),
+              ElementsAre(Optional(std::string("")), Optional(std::string("AD")),
+                          Optional(std::string("ad.test")),
+                          Optional(std::string("S-1-5-21-1-2-3")),
+                          Optional(std::string("node1")),
+                          Optional(std::string("ad.test")),
+                          Optional(std::string("")),
+                          Optional(std::string(
+                              "CN=NODE1,CN=Computers,DC=ad,DC=test")),
+                          Optional(std::string("one-time-password"))));
+  // Three round trips for the records, none for the skipped host check.
+  EXPECT_EQ(cam_->domainInfoCalls, 3);
+  EXPECT_EQ(cam_->machineAccountCalls, 1);
+}
+
+TEST_F(ProxyJoin, EmptyOrganizationalUnitStoresNone) {
+  SetOption("0");
+  qa::ActiveDirectoryConfigStore().StoreDomainInfo("ad.test", "OU=Old", "");
+  store_->JoinDomainWithCAM(kServer, "", true);
+  EXPECT_EQ(StoredDomain(), std::string("ad.test||") + kServer);
+}
+
+TEST_F(ProxyJoin, OrganizationalUnitIsTheContainerAndIsStored) {
+  SetOption("0");
+  store_->JoinDomainWithCAM(kServer, "OU=Hosts,DC=ad,DC=test", true);
+  EXPECT_EQ(cam_->containerWasNull, 0);
+  EXPECT_STREQ(cam_->container, "OU=Hosts,DC=ad,DC=test");
+  EXPECT_EQ(StoredDomain(),
+            std::string("ad.test|OU=Hosts,DC=ad,DC=test|") + kServer);
+}
+
+TEST_F(ProxyJoin, HostChecksUseTheProxysDomain) {
+  SetOption("0");
+  cam_->dnsName = "other.test";
+  store_->JoinDomainWithCAM(kServer, "", false);
+  EXPECT_EQ(cam_->domainInfoCalls, 4);
+  EXPECT_THAT(CapturedLog(),
+              ElementsAre(LogLine{LOG_WARNING,
+                                  "The fully qualified hostname node1.ad.test "
+                                  "does not match the expected value "
+                                  "node1.other.test\n"},
+                          LogLine{LOG_INFO,
+                                  "Adding host to domain: Attempt (1/4)"}));
+}
+
+TEST_F(ProxyJoin, HostCheckRefusalStopsBeforeTheMachineAccount) {
+  SetOption("0");
+  quarryauth_test::SetHost("localhost.ad.test", "localhost.ad.test localhost");
+  EXPECT_EQ(JoinFailure<qa::InvalidHostNameException>(kServer, "", false),
+            "The current hostname is invalid: hostname is in blacklist");
+  EXPECT_EQ(cam_->machineAccountCalls, 0);
+  EXPECT_EQ(StoredDomain(), "(none)");
+}
+
+TEST_F(ProxyJoin, UnresolvableHostIsRefused) {
+  SetOption("0");
+  quarryauth_test::SetHost("ghost", "");
+  EXPECT_EQ(JoinFailure<qa::InvalidHostNameException>(kServer, "", true),
+            "The current hostname is invalid: Host name lookup failure");
+  EXPECT_EQ(cam_->domainInfoCalls, 0);
+}
+
+TEST_F(ProxyJoin, ProxyFailureStopsTheJoin) {
+  SetOption("1");
+  qa::ActiveDirectoryConfigStore().StoreAuthProxyCertInfo("AA:BB", "pem");
+  cam_->machineAccountResult = 0x80090325u;
+  EXPECT_EQ(JoinFailure<qa::InvalidCAMCertificateException>(kServer, "", true),
+            "The CAM server's certificate cannot be verified.");
+  EXPECT_EQ(ad_->Calls(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT), 0);
+  EXPECT_EQ(StoredDomain(), "(none)");
+}
+
+TEST_F(ProxyJoin, DirectoryJoinFailureStoresNothing) {
+  SetOption("0");
+  ad_->SetStatus(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT, 2691);
+  EXPECT_THROW(store_->JoinDomainWithCAM(kServer, "", true),
+               qa::SetupAlreadyJoinedException);
+  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(gSleeps, 0);
+}
+
+TEST_F(ProxyJoin, StoreFailureAfterTheJoinUndoesIt) {
+  SetOption("0");
+  ASSERT_EQ(std::system("mkdir -p /var/lib/quarry && mount -t tmpfs -o ro "
+                        "tmpfs /var/lib/quarry"),
+            0);
+  std::string message;
+  try {
+    store_->JoinDomainWithCAM(kServer, "", true);
+    FAIL();
+  } catch (const SkarnConfigStore::ConfigStoreException& error) {
+    message = error.what();
+  }
+  EXPECT_EQ(ad_->Calls(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT), 1);
+  EXPECT_EQ(ad_->Calls(TEST_OP_PART_DOMAIN), 1);
+  EXPECT_EQ(ad_->CredentialsPassed(TEST_OP_PART_DOMAIN), nullptr);
+  EXPECT_THAT(CapturedLog(),
+              ElementsAre(LogLine{LOG_INFO,
+                                  "Adding host to domain: Attempt (1/4)"},
+                          LogLine{LOG_ERR,
+                                  "Failed to store domain details to Config "
+                                  "Store: " + message + ".Leaving Domain..."}));
+}
+
+TEST_F(ProxyJoin, ProxyPluginIsUnloadedAfterTheJoin) {
+  SetOption("0");
+  ::dlclose(camHandle_);
+  camHandle_ = nullptr;
+  cam_ = nullptr;
+  EXPECT_THROW(store_->JoinDomainWithCAM(kServer, "", true), std::logic_error);
+  EXPECT_FALSE(quarryauth_test::IsLoaded(kCamPlugin));
+}
+
+TEST_F(ProxyJoin, DomainForProxyServiceAsksWithoutVerification) {
+  qa::ActiveDirectoryConfigStore().StoreAuthProxyCertInfo("AA:BB", "pem");
+  EXPECT_EQ(store_->GetDomainForCAMService(kServer), "ad.test");
+  EXPECT_EQ(cam_->verifyCertificate, 0);
+  EXPECT_STREQ(cam_->thumbprint, "");
+  EXPECT_EQ(cam_->domainInfoCalls, 1);
+}
+
+TEST_F(ProxyJoin, DomainForProxyServiceChecksTheAddressAndProvider) {
+  try {
+    store_->GetDomainForCAMService("not-an-address");
+    FAIL();
+  } catch (const qa::InvalidIPAddressException& error) {
+    EXPECT_STREQ(error.what(),
+                 "The IP Address is invalid: IPv4 address 'not-an-address' "
+                 "cannot be parsed as an IP address");
+  }
+  ::unlink("/etc/quarry/quarryauth/camprovider.conf");
+  EXPECT_THROW(store_->GetDomainForCAMService(kServer),
+               qa::InvalidCAMProxyProviderException);
+}
+
+class CertificateImport : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    quarryauth_test::InstallStandardPlugin();
+    store_.reset(new qa::ActiveDirectoryStore(60));
+  }
+  std::unique_ptr<qa::ActiveDirectoryStore> store_;
+};
+
+TEST_F(CertificateImport, StoresTheOpensslFingerprintAndThePemText) {
+  const std::string fingerprint =
+      MakeCertificate("/etc/quarry/proxy.pem", "proxy.ad.test");
+  const std::string pem = ReadFile("/etc/quarry/proxy.pem");
+  store_->ImportCertificateForCAM(pem);
+  qa::ActiveDirectoryConfigStore configStore;
+  EXPECT_EQ(configStore.GetThumbprint(), fingerprint);
+  EXPECT_EQ(configStore.GetThumbprint().size(), 59u);
+  EXPECT_EQ(configStore.GetCertificate(), pem);
+}
+
+TEST_F(CertificateImport, SamePemTwiceStoresTheSameThumbprint) {
+  const std::string fingerprint =
+      MakeCertificate("/etc/quarry/proxy.pem", "proxy.ad.test");
+  store_->ImportCertificateForCAM("/etc/quarry/proxy.pem", "ignored");
+  store_->ImportCertificateForCAM("/etc/quarry/proxy.pem", "");
+  EXPECT_EQ(qa::ActiveDirectoryConfigStore().GetThumbprint(), fingerprint);
+}
+
+TEST_F(CertificateImport, DerIsRefused) {
+  MakeCertificate("/etc/quarry/proxy.pem", "proxy.ad.test");
+  RunCommand("openssl x509 -in /etc/quarry/proxy.pem -outform der -out "
+      "/etc/quarry/proxy.der");
+  EXPECT_THROW(store_->ImportCertificateForCAM("/etc/quarry/proxy.der", ""),
+               qa::InvalidCertificateException);
+  EXPECT_THROW(qa::ActiveDirectoryConfigStore().GetThumbprint(),
+               qa::ConfigurationError);
+}
+
+TEST_F(CertificateImport, TextWithoutCertificateIsRefused) {
+  try {
+    store_->ImportCertificateForCAM(std::string("not a certificate"));
+    FAIL();
+  } catch (const qa::InvalidCertificateException& error) {
+    EXPECT_STREQ(error.what(),
+                 "The certificate format is invalid; only PEM format is "
+                 "supported.");
+  }
+}
+
+TEST_F(CertificateImport, MissingFileIsFileNotFound) {
+  EXPECT_THROW(store_->ImportCertificateForCAM("/etc/quarry/none.pem", ""),
+               qa::FileNotFoundException);
+}
+
+TEST_F(CertificateImport, NewCertificateReplacesTheOld) {
+  MakeCertificate("/etc/quarry/a.pem", "a");
+  const std::string second = MakeCertificate("/etc/quarry/b.pem", "b");
+  store_->ImportCertificateForCAM("/etc/quarry/a.pem", "");
+  store_->ImportCertificateForCAM("/etc/quarry/b.pem", "");
+  EXPECT_EQ(qa::ActiveDirectoryConfigStore().GetThumbprint(), second);
+}
+
+TEST_F(CertificateImport, StoreFailureIsLoggedAndRaised) {
+  MakeCertificate("/etc/quarry/proxy.pem", "proxy.ad.test");
+  ASSERT_EQ(std::system("mkdir -p /var/lib/quarry && mount -t tmpfs -o ro "
+                        "tmpfs /var/lib/quarry"),
+            0);
+  std::string message;
+  try {
+    store_->ImportCertificateForCAM("/etc/quarry/proxy.pem", "");
+    FAIL();
+  } catch (const SkarnConfigStore::ConfigStoreException& error) {
+    message = error.what();
+  }
+  EXPECT_THAT(CapturedLog(),
+              ElementsAre(LogLine{LOG_ERR,
+                                  "Failed to store thumbprint to Config "
+                                  "Store: " + message}));
+}
+
+}  // namespace
