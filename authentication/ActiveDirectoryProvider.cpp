@@ -1,11 +1,13 @@
 #include "authentication/ActiveDirectoryProvider.h"
 
-#include <dlfcn.h>
+#include <alloca.h>
+
 #include <functional>
 #include <sstream>
 #include <syslog.h>
 #include <unistd.h>
 
+#include "authentication/DynamicLibrary.h"
 #include "authentication/ErrorMapping.h"
 #include "authentication/Exception.h"
 #include "authentication/Log.h"
@@ -18,8 +20,8 @@ static_assert(sizeof(ADClientOperations) == 136, "plug-in table layout");
 
 namespace {
 
-const char kPluginDirectory[] = "/usr/libexec/quarryauth/";
 const int kJoinAttempts = 4;
+const std::size_t kMaxStackTexts = 1024;
 const unsigned int kJoinRetrySeconds = 30;
 
 // The name becomes part of a path, so it must not climb out of the plug-in
@@ -30,16 +32,6 @@ void CheckPlainFileName(const std::string& name) {
     throw InvalidActiveDirectoryProviderException(
         name, "The provider name must not contain '/' or be '.' or '..'");
   }
-}
-
-std::string LoaderError() {
-  const char* text = dlerror();
-  return text != nullptr ? text : "";
-}
-
-void* Open(const std::string& path) {
-  dlerror();
-  return dlopen(path.c_str(), RTLD_LAZY | RTLD_GLOBAL);
 }
 
 std::string TextOrEmpty(const char* text) {
@@ -148,21 +140,20 @@ void JoinWithRetries(const std::function<ADClientStatus()>& attempt,
 
 }  // namespace
 
-void ActiveDirectoryProvider::LibraryCloser::operator()(void* library) const {
-  dlclose(library);
-}
-
 ActiveDirectoryProvider::ActiveDirectoryProvider(
     const std::string& providerName)
-    : handle(OpenLibrary(providerName)),
-      metadata(nullptr),
-      operations(nullptr) {
+    : handle(new DynamicLibrary), metadata(nullptr), operations(nullptr) {
+  CheckPlainFileName(providerName);
+  std::string error;
+  if (!handle->OpenPlugin(providerName, error)) {
+    throw IOError("Unable to open provider: " + error);
+  }
   metadata = static_cast<const ADClientMetadata*>(
       LookUp(ACTIVE_DIRECTORY_CLIENT_METADATA_SYMBOL, providerName));
   // Read before closing: the record lives in the plug-in.
   const int32_t version = metadata->version;
   if (version > ACTIVE_DIRECTORY_CLIENT_METADATA_VERSION) {
-    handle.reset();
+    handle->Close();
     throw InvalidActiveDirectoryProviderException(
         providerName, "The API version (" + std::to_string(version) +
                           ") is not supported by this version of libquarryauth");
@@ -172,27 +163,15 @@ ActiveDirectoryProvider::ActiveDirectoryProvider(
   CacheMetadata();
 }
 
-ActiveDirectoryProvider::~ActiveDirectoryProvider() { handle.reset(); }
-
-ActiveDirectoryProvider::LibraryHandle ActiveDirectoryProvider::OpenLibrary(
-    const std::string& providerName) {
-  CheckPlainFileName(providerName);
-  const std::string file = "lib" + providerName + ".so";
-  void* library = Open(kPluginDirectory + std::string("lib64/") + file);
-  if (library == nullptr) library = Open(kPluginDirectory + file);
-  if (library == nullptr) {
-    throw IOError("Unable to open provider: " + LoaderError());
-  }
-  return LibraryHandle(library);
-}
+// The library is closed first; the module strings and lists go after it.
+ActiveDirectoryProvider::~ActiveDirectoryProvider() { handle->Close(); }
 
 const void* ActiveDirectoryProvider::LookUp(const char* symbol,
                                             const std::string& providerName) {
-  dlerror();
-  const void* address = dlsym(handle.get(), symbol);
+  std::string reason;
+  const void* address = handle->Symbol(symbol, reason);
   if (address == nullptr) {
-    std::string reason = LoaderError();
-    handle.reset();
+    handle->Close();
     throw InvalidActiveDirectoryProviderException(providerName, reason);
   }
   return address;
@@ -322,7 +301,18 @@ uint32_t ActiveDirectoryProvider::GetDomainTrustRelationship(
 void ActiveDirectoryProvider::SetSmartCardEnabledServices(
     const std::vector<std::string>& services) const {
   auto set = Implemented(operations->SetSmartCardEnabledServices);
-  Check(set(TextList(services).data()));
+  // A service list is short: its pointers live on the call's own stack. An
+  // unreasonably long one goes to the heap rather than overflow the stack.
+  if (services.size() >= kMaxStackTexts) {
+    Check(set(TextList(services).data()));
+    return;
+  }
+  const char** texts = static_cast<const char**>(
+      alloca((services.size() + 1) * sizeof(const char*)));
+  std::size_t n = 0;
+  for (const std::string& service : services) texts[n++] = service.c_str();
+  texts[n] = nullptr;
+  Check(set(texts));
 }
 
 std::vector<std::string> ActiveDirectoryProvider::GetSmartCardEnabledServices()

@@ -18,6 +18,8 @@
 namespace quarry {
 namespace authentication {
 
+class DynamicLibrary;
+
 // A domain trust state as the plug-in defines it.
 using TrustState = uint32_t;
 
@@ -84,16 +86,10 @@ class QUARRYAUTH_EXPORT ActiveDirectoryProvider {
   std::vector<std::string> GetSmartCardEnabledServices() const;
 
  private:
-  struct LibraryCloser {
-    void operator()(void* handle) const;
-  };
-  using LibraryHandle = std::unique_ptr<void, LibraryCloser>;
-
-  static LibraryHandle OpenLibrary(const std::string& providerName);
   const void* LookUp(const char* symbol, const std::string& providerName);
   void CacheMetadata();
 
-  LibraryHandle handle;
+  std::unique_ptr<DynamicLibrary> handle;
   const ADClientMetadata* metadata;
   const ADClientOperations* operations;
   std::string pamModule;
