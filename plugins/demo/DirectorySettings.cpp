@@ -44,17 +44,19 @@ DirectorySettings LoadDirectorySettings() {
   settings.administrator = ValueOr(pairs, "administrator", "Administrator");
   settings.password = ValueOr(pairs, "password", "");
   settings.domain = ValueOr(pairs, "domain", "ad.test");
-  settings.netbiosName = ValueOr(
-      pairs, "netbios-name",
-      ToUpper(settings.domain.substr(0, settings.domain.find('.'))));
-  settings.domainControllers = SplitWords(ValueOr(
-      pairs, "domain-controllers",
-      "dc1." + settings.domain + " dc2." + settings.domain));
+  settings.netbiosName =
+      ValueOr(pairs, "netbios-name",
+              ToUpper(settings.domain.substr(0, settings.domain.find('.'))));
+  settings.domainControllers =
+      SplitWords(ValueOr(pairs, "domain-controllers",
+                         "dc1." + settings.domain + " dc2." + settings.domain));
   settings.trustedDomains =
       ParseTrustedDomains(ValueOr(pairs, "trusted-domains", ""));
   const std::string delay = ValueOr(pairs, "delay-seconds", "0");
   settings.delaySeconds =
-      delay == "forever" ? -1 : static_cast<int>(NumberOr(pairs, "delay-seconds", 0));
+      delay == "forever"
+          ? -1
+          : static_cast<int>(NumberOr(pairs, "delay-seconds", 0));
   settings.wrongPasswordStatus =
       static_cast<uint32_t>(NumberOr(pairs, "wrong-password-status", 1326));
   settings.lockoutThreshold =

@@ -16,7 +16,7 @@ extern const char kDirectorySettingsPath[];
 struct DirectorySettings {
   std::string administrator;  // the account allowed to join and leave
   std::string password;
-  std::string domain;         // DNS name of the one domain that exists
+  std::string domain;  // DNS name of the one domain that exists
   std::string netbiosName;
   std::vector<std::string> domainControllers;
   // DNS name and NetBIOS name of each trusted domain.

@@ -33,9 +33,9 @@ ProxySettings LoadProxySettings() {
   ProxySettings settings;
   settings.server = ValueOr(pairs, "server", "192.0.2.10");
   settings.domain = ValueOr(pairs, "domain", "ad.test");
-  settings.netbiosName = ValueOr(
-      pairs, "netbios-name",
-      ToUpper(settings.domain.substr(0, settings.domain.find('.'))));
+  settings.netbiosName =
+      ValueOr(pairs, "netbios-name",
+              ToUpper(settings.domain.substr(0, settings.domain.find('.'))));
   settings.domainSid =
       ValueOr(pairs, "domain-sid", "S-1-5-21-3623811015-3361044348-30300820");
   settings.thumbprint = ValueOr(pairs, "thumbprint", "");
@@ -87,8 +87,8 @@ CAMProxyResult CreateMachineAccount(const char* server, const char* account,
   if (result != CAM_PROXY_SUCCESS) return result;
   const std::string host = account ? account : "";
   const std::string shortName = host.substr(0, host.find('.'));
-  *firstResult = CopyText(MachineAccountDN(
-      shortName, container ? container : "", settings.domain));
+  *firstResult = CopyText(
+      MachineAccountDN(shortName, container ? container : "", settings.domain));
   *secondResult = CopyText(MachinePassword(shortName));
   return CAM_PROXY_SUCCESS;
 }
@@ -98,8 +98,8 @@ CAMProxyResult CreateMachineAccount(const char* server, const char* account,
 
 extern "C" {
 
-__attribute__((visibility("default"))) extern const
-    CAMProxyClientOperationTable CAMProxyClientOperations;
+__attribute__((visibility("default"))) extern const CAMProxyClientOperationTable
+    CAMProxyClientOperations;
 
 const CAMProxyClientOperationTable CAMProxyClientOperations = {
     nullptr,

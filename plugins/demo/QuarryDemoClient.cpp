@@ -135,8 +135,8 @@ ADClientStatus SetPreferredDomainControllers(const char* const* hostNames) {
   return Save(membership);
 }
 
-ADClientStatus AnswerTexts(const std::vector<std::string>& texts,
-                           char*** array, ADClientReleaseFunction* release) {
+ADClientStatus AnswerTexts(const std::vector<std::string>& texts, char*** array,
+                           ADClientReleaseFunction* release) {
   *array = CopyTextArray(texts);
   *release = ReleaseTextArray;
   return *array == nullptr ? kNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
@@ -169,9 +169,9 @@ ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
   const std::size_t count = joined ? settings.trustedDomains.size() : 0;
   ADClientDomainName** array = new ADClientDomainName*[count + 1]();
   for (std::size_t i = 0; i < count; ++i) {
-    array[i] = new ADClientDomainName{
-        CopyText(settings.trustedDomains[i].first),
-        CopyText(settings.trustedDomains[i].second)};
+    array[i] =
+        new ADClientDomainName{CopyText(settings.trustedDomains[i].first),
+                               CopyText(settings.trustedDomains[i].second)};
   }
   *domains = array;
   *release = ReleaseDomainNames;
@@ -188,8 +188,7 @@ ADClientStatus GetMachineAccountDN(char** distinguishedName,
   return AnswerText(membership.machineAccountDN, distinguishedName, release);
 }
 
-ADClientStatus GetAnyDomainController(const char* /*first*/,
-                                      const char* domain,
+ADClientStatus GetAnyDomainController(const char* /*first*/, const char* domain,
                                       char** domainController,
                                       ADClientReleaseFunction* release) {
   const DirectorySettings settings = LoadDirectorySettings();

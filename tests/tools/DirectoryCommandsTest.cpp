@@ -36,7 +36,8 @@ TEST_F(DirectoryCommandsTest, ShowsTheCachedControllersAfterATimeout) {
   const ToolResult shown = RunTool({"dc", "show", "--json", "--timeout", "1"});
   EXPECT_EQ(shown.exitStatus, 4);
   EXPECT_EQ(shown.Json()["fromCache"], true);
-  EXPECT_EQ(shown.Json()["preferredDomainControllers"], nlohmann::json::array());
+  EXPECT_EQ(shown.Json()["preferredDomainControllers"],
+            nlohmann::json::array());
 }
 
 TEST_F(DirectoryCommandsTest, SettingControllersWhenNotJoinedFails) {
@@ -50,11 +51,13 @@ TEST_F(DirectoryCommandsTest, SetsAndShowsSmartCardServices) {
   EXPECT_EQ(set.exitStatus, 0) << set.err;
   EXPECT_EQ(set.out, "Smart-card services: sshd login\n");
   EXPECT_EQ(RunTool({"smartcard", "show"}).out, "sshd\nlogin\n");
-  EXPECT_EQ(RunTool({"smartcard", "show", "--json"}).Json()["smartCardServices"],
-            nlohmann::json({"sshd", "login"}));
+  EXPECT_EQ(
+      RunTool({"smartcard", "show", "--json"}).Json()["smartCardServices"],
+      nlohmann::json({"sshd", "login"}));
   EXPECT_EQ(RunTool({"smartcard", "set"}).exitStatus, 0);
-  EXPECT_EQ(RunTool({"smartcard", "show", "--json"}).Json()["smartCardServices"],
-            nlohmann::json::array());
+  EXPECT_EQ(
+      RunTool({"smartcard", "show", "--json"}).Json()["smartCardServices"],
+      nlohmann::json::array());
 }
 
 TEST_F(DirectoryCommandsTest, ShowsTheHostPrincipal) {

@@ -1,7 +1,7 @@
 // "join" and "leave", with the demonstration directory plug-in.
-#include <chrono>
-
 #include <gtest/gtest.h>
+
+#include <chrono>
 
 #include "tools/ToolHarness.h"
 
@@ -18,16 +18,15 @@ class JoinCommandsTest : public ::testing::Test {
 };
 
 ToolResult JoinWithPassword(const std::string& password) {
-  return RunTool({"join", "ad.test", "--user", "Administrator",
-                  "--password-stdin"},
-                 password + "\n");
+  return RunTool(
+      {"join", "ad.test", "--user", "Administrator", "--password-stdin"},
+      password + "\n");
 }
 
 TEST_F(JoinCommandsTest, JoinsWithThePasswordFromStandardInput) {
-  const ToolResult joined =
-      RunTool({"join", "ad.test/Servers/Quarry", "--user", "administrator",
-               "--password-stdin"},
-              std::string(kPassword) + "\n");
+  const ToolResult joined = RunTool({"join", "ad.test/Servers/Quarry", "--user",
+                                     "administrator", "--password-stdin"},
+                                    std::string(kPassword) + "\n");
   EXPECT_EQ(joined.exitStatus, 0) << joined.err;
   EXPECT_EQ(joined.out, "Joined ad.test/Servers/Quarry.\n");
 

@@ -1,8 +1,8 @@
 // "pam": edits through the library's PAM model, replaced atomically, and
 // refused files left byte for byte as they were.
-#include <algorithm>
-
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include "tools/ToolHarness.h"
 
@@ -53,14 +53,15 @@ TEST_F(PamCommandsTest, ShowsTheServiceAsTheModelReadsIt) {
 }
 
 TEST_F(PamCommandsTest, AddsBeforeAndAfterAModule) {
-  ToolResult added =
-      RunTool({"pam", "add", "quarry-test", "auth", "sufficient",
-               "pam_quarrydemo.so", "use_first_pass", "--before", "pam_unix.so"});
+  ToolResult added = RunTool({"pam", "add", "quarry-test", "auth", "sufficient",
+                              "pam_quarrydemo.so", "use_first_pass", "--before",
+                              "pam_unix.so"});
   EXPECT_EQ(added.exitStatus, 0) << added.err;
-  EXPECT_EQ(added.out, "Added 'pam_quarrydemo.so' to the auth stack of "
-                       "'/etc/pam.d/quarry-test'.\n");
-  added = RunTool({"pam", "add", "quarry-test", "session", "optional",
-                   "pam_mkhomedir.so"});
+  EXPECT_EQ(added.out,
+            "Added 'pam_quarrydemo.so' to the auth stack of "
+            "'/etc/pam.d/quarry-test'.\n");
+  added = RunTool(
+      {"pam", "add", "quarry-test", "session", "optional", "pam_mkhomedir.so"});
   EXPECT_EQ(added.exitStatus, 0) << added.err;
   added = RunTool({"pam", "add", "quarry-test", "account",
                    "[default=bad success=ok user_unknown=ignore]",
@@ -85,8 +86,9 @@ TEST_F(PamCommandsTest, RemovesAndChangesArguments) {
   const ToolResult removed =
       RunTool({"pam", "remove", "quarry-test", "auth", "pam_env.so"});
   EXPECT_EQ(removed.exitStatus, 0) << removed.err;
-  EXPECT_EQ(removed.out, "Removed 'pam_env.so' from the auth stack of "
-                         "'/etc/pam.d/quarry-test'.\n");
+  EXPECT_EQ(removed.out,
+            "Removed 'pam_env.so' from the auth stack of "
+            "'/etc/pam.d/quarry-test'.\n");
   EXPECT_EQ(ReadFile(kService),
             "#%PAM-1.0\n\n"
             "account\trequired\tpam_unix.so\t\n\n"
@@ -98,18 +100,19 @@ TEST_F(PamCommandsTest, RefusesEditsThatDoNotFit) {
   ToolResult refused =
       RunTool({"pam", "remove", "quarry-test", "auth", "pam_nothing.so"});
   EXPECT_EQ(refused.exitStatus, 1);
-  EXPECT_EQ(refused.err, "quarryauthctl: 'pam_nothing.so' is not in the auth "
-                         "stack of '/etc/pam.d/quarry-test'\n");
-  refused = RunTool({"pam", "add", "quarry-test", "auth", "required",
-                     "pam_unix.so"});
+  EXPECT_EQ(refused.err,
+            "quarryauthctl: 'pam_nothing.so' is not in the auth "
+            "stack of '/etc/pam.d/quarry-test'\n");
+  refused =
+      RunTool({"pam", "add", "quarry-test", "auth", "required", "pam_unix.so"});
   EXPECT_EQ(refused.exitStatus, 1);
-  refused = RunTool({"pam", "add", "quarry-test", "authentication", "required",
-                     "pam_x.so"});
+  refused = RunTool(
+      {"pam", "add", "quarry-test", "authentication", "required", "pam_x.so"});
   EXPECT_EQ(refused.exitStatus, 2);
   EXPECT_NE(refused.err.find("Invalid Facility: authentication"),
             std::string::npos);
-  refused = RunTool({"pam", "add", "quarry-test", "auth", "mandatory",
-                     "pam_x.so"});
+  refused =
+      RunTool({"pam", "add", "quarry-test", "auth", "mandatory", "pam_x.so"});
   EXPECT_EQ(refused.exitStatus, 2);
   EXPECT_NE(refused.err.find("Invalid Control: mandatory"), std::string::npos);
   refused = RunTool({"pam", "add", "quarry-test", "auth", "required",
@@ -129,7 +132,8 @@ TEST_F(PamCommandsTest, LeavesAFileWithAnIncludeByteForByte) {
       "account required pam_unix.so\n";
   WriteFile(kService, original);
   for (const auto& arguments : std::vector<std::vector<std::string>>{
-           {"pam", "add", "quarry-test", "auth", "sufficient", "pam_quarrydemo.so"},
+           {"pam", "add", "quarry-test", "auth", "sufficient",
+            "pam_quarrydemo.so"},
            {"pam", "remove", "quarry-test", "auth", "pam_env.so"},
            {"pam", "set-args", "quarry-test", "auth", "pam_env.so", "debug"},
            {"pam", "show", "quarry-test", "--json"}}) {

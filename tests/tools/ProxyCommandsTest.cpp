@@ -11,7 +11,7 @@ const char kCertificate[] = "/etc/quarry/cam.pem";
 
 std::string Thumbprint() {
   Shell(std::string("openssl x509 -in ") + kCertificate +
-      " -noout -fingerprint -sha1 | cut -d= -f2 > /etc/quarry/cam.sha1");
+        " -noout -fingerprint -sha1 | cut -d= -f2 > /etc/quarry/cam.sha1");
   std::string text = ReadFile("/etc/quarry/cam.sha1");
   while (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
@@ -23,13 +23,14 @@ class ProxyCommandsTest : public ::testing::Test {
     InstallDemo();
     PrepareHostForJoin();
     Shell(std::string("openssl req -x509 -newkey rsa:2048 -nodes -days 1 "
-                    "-subj /CN=cam.ad.test -keyout /etc/quarry/cam-key.pem "
-                    "-out ") +
-        kCertificate + " 2>/dev/null");
+                      "-subj /CN=cam.ad.test -keyout /etc/quarry/cam-key.pem "
+                      "-out ") +
+          kCertificate + " 2>/dev/null");
     thumbprint = Thumbprint();
     WriteFile("/etc/quarry/quarrydemocam.conf",
               "server = \"192.0.2.10\"\ndomain = \"ad.test\"\n"
-              "thumbprint = \"" + thumbprint + "\"\n");
+              "thumbprint = \"" +
+                  thumbprint + "\"\n");
   }
   std::string thumbprint;
 };

@@ -1,7 +1,7 @@
 // "status": every field, and the answers from the cache after a time-out.
-#include <chrono>
-
 #include <gtest/gtest.h>
+
+#include <chrono>
 
 #include "tools/ToolHarness.h"
 
@@ -103,9 +103,9 @@ TEST_F(StatusCommandTest, AnswersFromTheCacheWhenThePluginHangs) {
 
 TEST_F(StatusCommandTest, WaitsForASlowPluginWithinTheTimeout) {
   Join();
-  WriteFile("/etc/quarry/quarrydemo.conf",
-            ReadFile("/etc/quarry/quarrydemo.conf") +
-                "delay-seconds = \"1\"\n");
+  WriteFile(
+      "/etc/quarry/quarrydemo.conf",
+      ReadFile("/etc/quarry/quarrydemo.conf") + "delay-seconds = \"1\"\n");
   const ToolResult result = RunTool({"status", "--json", "--timeout", "10"});
   EXPECT_EQ(result.exitStatus, 0) << result.err;
   EXPECT_EQ(result.Json()["fromCache"]["configuration"], false);

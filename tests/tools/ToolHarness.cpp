@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,8 +11,6 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
-
-#include <gtest/gtest.h>
 
 namespace quarryauthctl_test {
 
@@ -72,25 +71,31 @@ ToolResult RunTool(const std::vector<std::string>& arguments,
 void InstallDemo(const std::string& extraSettings) {
   Shell("mkdir -p /usr/libexec/quarryauth/lib64");
   Shell("cp " + kPrefix + "/libexec/quarryauth/lib64/libquarrydemo.so " +
-      kPrefix + "/libexec/quarryauth/lib64/libquarrydemocam.so "
-      "/usr/libexec/quarryauth/lib64/");
+        kPrefix +
+        "/libexec/quarryauth/lib64/libquarrydemocam.so "
+        "/usr/libexec/quarryauth/lib64/");
   WriteFile("/etc/quarry/quarryauth/authentication.conf",
             "remote-authentication-store = \"None\"\n");
-  WriteFile("/etc/quarry/quarryauth/provider.conf", "provider = \"quarrydemo\"\n");
+  WriteFile("/etc/quarry/quarryauth/provider.conf",
+            "provider = \"quarrydemo\"\n");
   WriteFile("/etc/quarry/quarryauth/camprovider.conf",
             "provider = \"quarrydemocam\"\n");
-  WriteFile("/etc/quarry/quarrydemo.conf",
-            "administrator = \"Administrator\"\n"
-            "password = \"" + std::string(kPassword) + "\"\n"
-            "domain = \"ad.test\"\n"
-            "netbios-name = \"AD\"\n"
-            "domain-controllers = \"dc1.ad.test dc2.ad.test\"\n"
-            "trusted-domains = \"emea.ad.test:EMEA partner.test:PARTNER\"\n" +
-                extraSettings);
+  WriteFile(
+      "/etc/quarry/quarrydemo.conf",
+      "administrator = \"Administrator\"\n"
+      "password = \"" +
+          std::string(kPassword) +
+          "\"\n"
+          "domain = \"ad.test\"\n"
+          "netbios-name = \"AD\"\n"
+          "domain-controllers = \"dc1.ad.test dc2.ad.test\"\n"
+          "trusted-domains = \"emea.ad.test:EMEA partner.test:PARTNER\"\n" +
+          extraSettings);
 }
 
 void PrepareHostForJoin() {
-  Shell("ip link add mgmt0 type dummy 2>/dev/null || "
+  Shell(
+      "ip link add mgmt0 type dummy 2>/dev/null || "
       "ip link add mgmt0 type bridge");
   Shell("ip addr add 192.0.2.5/24 dev mgmt0");
   Shell("ip link set mgmt0 up");

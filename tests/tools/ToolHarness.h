@@ -4,10 +4,9 @@
 #ifndef QUARRYAUTH_TESTS_TOOLHARNESS_H
 #define QUARRYAUTH_TESTS_TOOLHARNESS_H
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace quarryauthctl_test {
 

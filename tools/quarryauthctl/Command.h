@@ -3,9 +3,8 @@
 #ifndef QUARRYAUTHCTL_COMMAND_H
 #define QUARRYAUTHCTL_COMMAND_H
 
-#include <functional>
-
 #include <CLI/CLI.hpp>
+#include <functional>
 
 namespace quarryauthctl {
 

@@ -1,12 +1,12 @@
 #include "DirectoryCommands.h"
 
+#include <quarryauth/authentication.h>
+
 #include <deque>
 #include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <quarryauth/authentication.h>
 
 #include "ExitStatus.h"
 #include "Output.h"
@@ -109,7 +109,8 @@ void AddSmartCard(CLI::App& app, Action& chosen) {
   CLI::App* set = smartcard->add_subcommand(
       "set", "Enable smart-card logon for exactly these services");
   set->add_option("SERVICE", *services, "Service names (none: disable all)");
-  OnParsed(*set, chosen, [services] { return SetSmartCardServices(*services); });
+  OnParsed(*set, chosen,
+           [services] { return SetSmartCardServices(*services); });
 
   auto json = std::make_shared<bool>(false);
   CLI::App* show = smartcard->add_subcommand("show", "Show the services");
@@ -120,8 +121,8 @@ void AddSmartCard(CLI::App& app, Action& chosen) {
 void AddPrincipal(CLI::App& app, Action& chosen) {
   auto domain = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  CLI::App* principal = app.add_subcommand(
-      "principal", "Show the host's principal in a domain");
+  CLI::App* principal =
+      app.add_subcommand("principal", "Show the host's principal in a domain");
   principal->add_option("DOMAIN", *domain, "The domain")->required();
   AddJsonFlag(*principal, *json);
   OnParsed(*principal, chosen, [domain, json] {
@@ -134,8 +135,8 @@ void AddPrincipal(CLI::App& app, Action& chosen) {
 void AddUserName(CLI::App& app, Action& chosen) {
   auto name = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  CLI::App* username = app.add_subcommand(
-      "username", "Show the canonical form of a user name");
+  CLI::App* username =
+      app.add_subcommand("username", "Show the canonical form of a user name");
   username->add_option("NAME", *name, "The user name")->required();
   AddJsonFlag(*username, *json);
   OnParsed(*username, chosen, [name, json] {

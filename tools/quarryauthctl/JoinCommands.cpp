@@ -1,10 +1,10 @@
 #include "JoinCommands.h"
 
+#include <quarryauth/authentication.h>
+
 #include <iostream>
 #include <memory>
 #include <string>
-
-#include <quarryauth/authentication.h>
 
 #include "ExitStatus.h"
 #include "JoinProgress.h"
@@ -124,8 +124,8 @@ void AddJoinThroughProxy(CLI::App& app, Action& chosen) {
       "join-proxy",
       "Join the domain of an authentication proxy, which creates the "
       "machine account");
-  join->add_option("SERVER", options->server,
-                   "The proxy's IPv4 address")->required();
+  join->add_option("SERVER", options->server, "The proxy's IPv4 address")
+      ->required();
   join->add_option("--ou", options->organizationalUnit,
                    "Where the proxy creates the account (default: its own "
                    "choice)");
@@ -151,8 +151,7 @@ void AddImportProxyCertificate(CLI::App& app, Action& chosen) {
   CLI::App* command = app.add_subcommand(
       "import-proxy-cert",
       "Accept an authentication proxy's certificate (a PEM file)");
-  command->add_option("FILE", *path, "The certificate in PEM form")
-      ->required();
+  command->add_option("FILE", *path, "The certificate in PEM form")->required();
   OnParsed(*command, chosen, [path] { return ImportProxyCertificate(*path); });
 }
 

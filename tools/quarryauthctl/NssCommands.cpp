@@ -1,13 +1,13 @@
 #include "NssCommands.h"
 
+#include <quarryauth/systemconfiguration.h>
+
 #include <iostream>
 #include <map>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <quarryauth/systemconfiguration.h>
 
 #include "ExitStatus.h"
 #include "Output.h"
@@ -26,7 +26,8 @@ const std::uint32_t kLastDatabase = sc::NSSDatabase::Aliases;
 // The services that each database line names, counted the plain way (words
 // after the database, bracketed criteria not counted). The model skips the
 // words after a line's criteria; comparing counts catches that loss.
-std::map<std::string, std::size_t> CountServicesPlainly(const std::string& text) {
+std::map<std::string, std::size_t> CountServicesPlainly(
+    const std::string& text) {
   std::map<std::string, std::size_t> counts;
   std::istringstream lines(text);
   std::string line;
@@ -85,7 +86,6 @@ sc::NSSConfiguration ReadSwitch() {
   return configuration;
 }
 
-
 sc::NSSDatabase ParseDatabase(const std::string& word) {
   try {
     return sc::NSSDatabase(word);
@@ -100,7 +100,8 @@ sc::NSSService ParseService(const std::string& text) {
   std::istringstream name(text.substr(0, bracket));
   std::string module, extra;
   if (!(name >> module) || (name >> extra)) {
-    throw UsageError("'" + text + "' is not a service (NAME or NAME [CRITERIA])");
+    throw UsageError("'" + text +
+                     "' is not a service (NAME or NAME [CRITERIA])");
   }
   sc::NSSService service(module);
   if (bracket == std::string::npos) return service;
@@ -132,7 +133,8 @@ int Show(bool json) {
   Json databases = Json::object();
   for (std::uint32_t number = kFirstDatabase; number <= kLastDatabase;
        ++number) {
-    const sc::NSSDatabase database(static_cast<sc::NSSDatabase::Database>(number));
+    const sc::NSSDatabase database(
+        static_cast<sc::NSSDatabase::Database>(number));
     const auto& services = copy[database];
     if (services.empty()) continue;
     Json list = Json::array();
@@ -178,7 +180,8 @@ void AddNssCommands(CLI::App& app, Action& chosen) {
   set->add_option("DATABASE", *database, "passwd, group, hosts, ...")
       ->required();
   set->add_option("SERVICE", *services,
-                  "NAME, or NAME [CRITERIA] as one argument")->required();
+                  "NAME, or NAME [CRITERIA] as one argument")
+      ->required();
   OnParsed(*set, chosen,
            [database, services] { return Set(*database, *services); });
 }

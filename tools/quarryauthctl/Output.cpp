@@ -18,9 +18,7 @@ std::string Join(const Words& words) {
 
 }  // namespace
 
-void PrintJson(const Json& document) {
-  std::cout << document.dump(2) << '\n';
-}
+void PrintJson(const Json& document) { std::cout << document.dump(2) << '\n'; }
 
 void PrintField(const std::string& label, const std::string& value) {
   std::cout << std::left << std::setw(kLabelWidth) << (label + ":")

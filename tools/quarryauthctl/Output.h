@@ -3,10 +3,9 @@
 #define QUARRYAUTHCTL_OUTPUT_H
 
 #include <deque>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace quarryauthctl {
 

@@ -1,12 +1,12 @@
 #include "PamCommands.h"
 
+#include <quarryauth/systemconfiguration.h>
+
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <quarryauth/systemconfiguration.h>
 
 #include "ExitStatus.h"
 #include "Output.h"
@@ -19,8 +19,8 @@ namespace sc = SystemConfiguration;
 namespace {
 
 const sc::PAMFacility::Facility kFacilities[] = {
-    sc::PAMFacility::Account, sc::PAMFacility::Auth,
-    sc::PAMFacility::Password, sc::PAMFacility::Session};
+    sc::PAMFacility::Account, sc::PAMFacility::Auth, sc::PAMFacility::Password,
+    sc::PAMFacility::Session};
 
 std::string ServicePath(const std::string& service) {
   if (service.empty() || service == "." || service == ".." ||
@@ -66,7 +66,8 @@ sc::PAMControl ParseControl(const std::string& word) {
   }
 }
 
-std::string StackName(const sc::PAMFacility& facility, const std::string& path) {
+std::string StackName(const sc::PAMFacility& facility,
+                      const std::string& path) {
   return "the " + std::string(facility) + " stack of '" + path + "'";
 }
 
@@ -105,7 +106,8 @@ int Show(const std::string& service, bool json) {
     for (const auto& entry : stack) entries.push_back(EntryJson(entry));
     stacks[std::string(sc::PAMFacility(facility))] = entries;
   }
-  PrintJson({{"service", service}, {"path", ServicePath(service)},
+  PrintJson({{"service", service},
+             {"path", ServicePath(service)},
              {"stacks", stacks}});
   return kSuccess;
 }
@@ -128,7 +130,8 @@ int Add(const AddOptions& options) {
                   StackName(facility, path) + "; use set-args to change it");
   }
   auto position = stack.end();
-  if (!options.before.empty()) position = FindModule(stack, options.before, path);
+  if (!options.before.empty())
+    position = FindModule(stack, options.before, path);
   if (!options.after.empty()) {
     position = FindModule(stack, options.after, path) + 1;
   }
@@ -162,8 +165,8 @@ int SetArguments(const AddOptions& options) {
                              options.arguments.end());
   WritePolicy(policy);
   std::cout << "Arguments of '" << options.module << "' in "
-            << StackName(facility, path) << ": "
-            << JoinWords(options.arguments) << '\n';
+            << StackName(facility, path) << ": " << JoinWords(options.arguments)
+            << '\n';
   return kSuccess;
 }
 
@@ -182,10 +185,12 @@ void AddAdd(CLI::App& pam, Action& chosen) {
   add->add_option("SERVICE", options->service, "File name in /etc/pam.d")
       ->required();
   add->add_option("FACILITY", options->facility,
-                  "account, auth, password or session")->required();
+                  "account, auth, password or session")
+      ->required();
   add->add_option("CONTROL", options->control,
                   "required, requisite, sufficient, optional, include, "
-                  "substack or [value=action ...]")->required();
+                  "substack or [value=action ...]")
+      ->required();
   add->add_option("MODULE", options->module, "The module")->required();
   add->add_option("ARGS", options->arguments, "The module's arguments");
   auto* before = add->add_option("--before", options->before,
@@ -200,8 +205,10 @@ void AddRemove(CLI::App& pam, Action& chosen) {
   CLI::App* remove = pam.add_subcommand("remove", "Remove a module's rule");
   remove->add_option("SERVICE", options->service, "File name in /etc/pam.d")
       ->required();
-  remove->add_option("FACILITY", options->facility,
-                     "account, auth, password or session")->required();
+  remove
+      ->add_option("FACILITY", options->facility,
+                   "account, auth, password or session")
+      ->required();
   remove->add_option("MODULE", options->module, "The module")->required();
   OnParsed(*remove, chosen, [options] {
     return Remove(options->service, options->facility, options->module);
@@ -215,7 +222,8 @@ void AddSetArguments(CLI::App& pam, Action& chosen) {
   set->add_option("SERVICE", options->service, "File name in /etc/pam.d")
       ->required();
   set->add_option("FACILITY", options->facility,
-                  "account, auth, password or session")->required();
+                  "account, auth, password or session")
+      ->required();
   set->add_option("MODULE", options->module, "The module")->required();
   set->add_option("ARGS", options->arguments,
                   "The new arguments (none: no arguments)");

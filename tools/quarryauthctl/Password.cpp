@@ -51,8 +51,9 @@ void AddPasswordOptions(CLI::App& command, PasswordSource& source) {
   command.add_flag("--password-stdin", source.fromStandardInput,
                    "Read the password from the first line of standard input");
   // Hidden; it exists to explain the refusal instead of "not expected".
-  source.refusedOption =
-      command.add_option("--password", source.refusedText)->expected(0, 1)->group("");
+  source.refusedOption = command.add_option("--password", source.refusedText)
+                             ->expected(0, 1)
+                             ->group("");
 }
 
 void RefusePasswordOnCommandLine(const PasswordSource& source) {

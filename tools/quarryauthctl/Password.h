@@ -4,9 +4,8 @@
 #ifndef QUARRYAUTHCTL_PASSWORD_H
 #define QUARRYAUTHCTL_PASSWORD_H
 
-#include <string>
-
 #include <CLI/CLI.hpp>
+#include <string>
 
 namespace quarryauthctl {
 

@@ -73,7 +73,8 @@ std::string CacheNote(bool fromCache, int timeoutSeconds) {
 std::string TrustStateText(qa::TrustState state) {
   std::string text = std::to_string(state);
   if (state == kTrustStateTimedOut) text += " (no answer in time)";
-  if (state == kTrustStateFilesMissing) text += " (the plug-in's files are missing)";
+  if (state == kTrustStateFilesMissing)
+    text += " (the plug-in's files are missing)";
   return text;
 }
 
@@ -96,20 +97,21 @@ void PrintText(const Status& status, int timeoutSeconds) {
   PrintField("Organizational unit", status.organizationalUnit);
   PrintField("Authentication proxy", status.authProxyAddress);
   PrintField("Machine account",
-             configuration.machineAccountDN.empty()
-                 ? configurationNote
-                 : configuration.machineAccountDN + configurationNote);
+             configuration.machineAccountDN.empty() && configuration.fromCache
+                 ? "(no answer)" + configurationNote
+                 : configuration.machineAccountDN);
   PrintField("Preferred domain controllers",
              JoinWords(configuration.preferredDomainControllers));
   std::string trusted;
   for (const auto& domain : status.trustedDomains) {
     trusted += (trusted.empty() ? "" : ", ") + DomainText(domain);
   }
-  PrintField("Trusted domains",
-             trusted + CacheNote(status.trustedDomainsFromCache, timeoutSeconds));
-  PrintField("Trust state", TrustStateText(status.trustState) +
-                                CacheNote(status.trustStateFromCache,
-                                          timeoutSeconds));
+  PrintField(
+      "Trusted domains",
+      trusted + CacheNote(status.trustedDomainsFromCache, timeoutSeconds));
+  PrintField("Trust state",
+             TrustStateText(status.trustState) +
+                 CacheNote(status.trustStateFromCache, timeoutSeconds));
 }
 
 Json DomainJson(const qa::Domain& domain) {
@@ -122,22 +124,22 @@ void PrintJsonStatus(const Status& status, int timeoutSeconds) {
   for (const auto& domain : status.trustedDomains) {
     trusted.push_back(DomainJson(domain));
   }
-  PrintJson(
-      {{"activeStore", status.activeStore},
-       {"joined", configuration.fromCache ? Json(nullptr) : Json(status.Joined())},
-       {"domain", DomainJson(configuration.domain)},
-       {"organizationalUnit", status.organizationalUnit},
-       {"authProxyAddress", status.authProxyAddress},
-       {"machineAccountDN", configuration.machineAccountDN},
-       {"preferredDomainControllers",
-        Json(configuration.preferredDomainControllers)},
-       {"trustedDomains", trusted},
-       {"trustState", status.trustState},
-       {"timeoutSeconds", timeoutSeconds},
-       {"fromCache",
-        {{"configuration", configuration.fromCache},
-         {"trustedDomains", status.trustedDomainsFromCache},
-         {"trustState", status.trustStateFromCache}}}});
+  PrintJson({{"activeStore", status.activeStore},
+             {"joined",
+              configuration.fromCache ? Json(nullptr) : Json(status.Joined())},
+             {"domain", DomainJson(configuration.domain)},
+             {"organizationalUnit", status.organizationalUnit},
+             {"authProxyAddress", status.authProxyAddress},
+             {"machineAccountDN", configuration.machineAccountDN},
+             {"preferredDomainControllers",
+              Json(configuration.preferredDomainControllers)},
+             {"trustedDomains", trusted},
+             {"trustState", status.trustState},
+             {"timeoutSeconds", timeoutSeconds},
+             {"fromCache",
+              {{"configuration", configuration.fromCache},
+               {"trustedDomains", status.trustedDomainsFromCache},
+               {"trustState", status.trustStateFromCache}}}});
 }
 
 int ShowStatus(int timeoutSeconds, bool json) {

@@ -4,11 +4,11 @@
 #ifndef QUARRYAUTHCTL_STATUSCOMMAND_H
 #define QUARRYAUTHCTL_STATUSCOMMAND_H
 
-#include <deque>
-#include <string>
+#include <quarryauth/authentication.h>
 
 #include <CLI/CLI.hpp>
-#include <quarryauth/authentication.h>
+#include <deque>
+#include <string>
 
 #include "Command.h"
 

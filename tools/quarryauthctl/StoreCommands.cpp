@@ -1,10 +1,10 @@
 #include "StoreCommands.h"
 
+#include <quarryauth/authentication.h>
+
 #include <iostream>
 #include <memory>
 #include <string>
-
-#include <quarryauth/authentication.h>
 
 #include "ExitStatus.h"
 #include "Output.h"
@@ -56,8 +56,7 @@ int Activate(const std::string& name) {
                      KnownStores());
   }
   store->MakeActive();
-  std::cout << "The active store is now '" << store->GetDisplayName()
-            << "'.\n";
+  std::cout << "The active store is now '" << store->GetDisplayName() << "'.\n";
   return kSuccess;
 }
 
@@ -81,21 +80,22 @@ int DescribeProvider(bool json) {
   }
   const qa::ActiveDirectoryProvider provider(name);
   if (json) {
-    PrintJson({{"provider", name},
-               {"apiVersion", provider.GetAPIVersion()},
-               {"pamModule", provider.PAMModule()},
-               {"pamModuleParameters", ParameterList(provider.PAMModuleParameters())},
-               {"nssModule", provider.NSSModule()},
-               {"nssModuleParameters",
-                ParameterList(provider.NSSModuleParameters())}});
+    PrintJson(
+        {{"provider", name},
+         {"apiVersion", provider.GetAPIVersion()},
+         {"pamModule", provider.PAMModule()},
+         {"pamModuleParameters", ParameterList(provider.PAMModuleParameters())},
+         {"nssModule", provider.NSSModule()},
+         {"nssModuleParameters",
+          ParameterList(provider.NSSModuleParameters())}});
     return kSuccess;
   }
   PrintField("Provider", name);
   PrintField("API version", std::to_string(provider.GetAPIVersion()));
-  PrintField("PAM module", Words(provider.PAMModule(),
-                                 provider.PAMModuleParameters()));
-  PrintField("NSS module", Words(provider.NSSModule(),
-                                 provider.NSSModuleParameters()));
+  PrintField("PAM module",
+             Words(provider.PAMModule(), provider.PAMModuleParameters()));
+  PrintField("NSS module",
+             Words(provider.NSSModule(), provider.NSSModuleParameters()));
   return kSuccess;
 }
 
@@ -115,8 +115,9 @@ void AddStoreCommands(CLI::App& app, Action& chosen) {
 
   auto name = std::make_shared<std::string>();
   CLI::App* activate = app.add_subcommand(
-      "activate", "Make a store the active one (\"None\" deactivates the "
-                  "previous store)");
+      "activate",
+      "Make a store the active one (\"None\" deactivates the "
+      "previous store)");
   activate->add_option("NAME", *name, "The store's name")->required();
   OnParsed(*activate, chosen, [name] { return Activate(*name); });
 

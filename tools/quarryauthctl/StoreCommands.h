@@ -3,9 +3,8 @@
 #ifndef QUARRYAUTHCTL_STORECOMMANDS_H
 #define QUARRYAUTHCTL_STORECOMMANDS_H
 
-#include <string>
-
 #include <CLI/CLI.hpp>
+#include <string>
 
 #include "Command.h"
 

@@ -1,13 +1,12 @@
 #include "SystemFile.h"
 
+#include <quarryauth/authentication.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <sstream>
-
-#include <quarryauth/authentication.h>
 
 #include "ExitStatus.h"
 

@@ -1,12 +1,12 @@
 // quarryauthctl: drives and inspects libquarryauth by hand, the way an
 // administrator drives realm, adcli or authselect. Built on the library's
 // public interface alone. Exit statuses: ExitStatus.h and quarryauthctl.1.
-#include <iostream>
-#include <string>
-
-#include <CLI/CLI.hpp>
 #include <quarryauth/authentication.h>
 #include <quarryauth/systemconfiguration.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <string>
 
 #include "Command.h"
 #include "DirectoryCommands.h"
