@@ -1,0 +1,29 @@
+// LDAP distinguished names of the demonstration directory's objects.
+#ifndef QUARRYDEMO_DISTINGUISHEDNAME_H
+#define QUARRYDEMO_DISTINGUISHEDNAME_H
+
+#include <string>
+
+namespace quarrydemo {
+
+// "ad.test" gives "DC=ad,DC=test".
+std::string DomainComponents(const std::string& domain);
+
+// The container of computer accounts: "CN=Computers,<domain>" when
+// organizationalUnit is empty; the text itself when it is a DN (holds "="),
+// with the domain's components appended unless it names them; otherwise a
+// path "Servers/Quarry" read from the top down, "OU=Quarry,OU=Servers,...".
+std::string ContainerDN(const std::string& organizationalUnit,
+                        const std::string& domain);
+
+// "CN=<HOST>,<container>" for the host's short name in upper case.
+std::string MachineAccountDN(const std::string& hostShortName,
+                             const std::string& organizationalUnit,
+                             const std::string& domain);
+
+// The system host name up to its first ".".
+std::string ShortHostName();
+
+}  // namespace quarrydemo
+
+#endif

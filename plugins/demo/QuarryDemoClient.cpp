@@ -1,0 +1,310 @@
+// "quarrydemo": a demonstration Active Directory client plug-in. It talks
+// to no network; its domain is described by /etc/quarry/quarrydemo.conf
+// (DirectorySettings) and its record of the host is the state file of
+// Membership. It serves to drive and show the library by hand.
+#include <quarryauth/plugin/ActiveDirectoryClient.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "DirectorySettings.h"
+#include "DistinguishedName.h"
+#include "Membership.h"
+#include "PluginText.h"
+
+namespace quarrydemo {
+namespace {
+
+const ADClientStatus kNotEnoughMemory = 8;
+const ADClientStatus kInternalError = 1359;
+const ADClientStatus kAccountLockedOut = 1909;
+const ADClientStatus kAlreadyJoined = 2691;
+const ADClientStatus kNotJoined = 2692;
+
+// Trust states of this plug-in; the library adds 2 (no answer in time) and
+// 7 (the directory's files are missing).
+const ADClientTrustState kTrustNotJoined = 0;
+const ADClientTrustState kTrustEstablished = 1;
+
+// Joins, leaves and settings read, change and save the state file whole;
+// the library may call from several threads.
+std::mutex membershipLock;
+
+bool SameName(const std::string& left, const std::string& right) {
+  return ToLower(left) == ToLower(right);
+}
+
+// A wrong password counts towards the lock-out; a right one resets it.
+ADClientStatus CheckAdministrator(const DirectorySettings& settings,
+                                  Membership& membership,
+                                  const Credentials* credentials) {
+  const bool right = credentials != nullptr &&
+                     credentials->username != nullptr &&
+                     credentials->password != nullptr &&
+                     SameName(credentials->username, settings.administrator) &&
+                     settings.password == credentials->password;
+  if (right) {
+    membership.failedLogons = 0;
+    return ADCLIENT_STATUS_SUCCESS;
+  }
+  const bool lockedOut = settings.lockoutThreshold > 0 &&
+                         membership.failedLogons >= settings.lockoutThreshold;
+  ++membership.failedLogons;
+  SaveMembership(membership);
+  return lockedOut ? kAccountLockedOut : settings.wrongPasswordStatus;
+}
+
+ADClientStatus Save(const Membership& membership) {
+  return SaveMembership(membership) ? ADCLIENT_STATUS_SUCCESS : kInternalError;
+}
+
+ADClientStatus JoinDomain(const char* domain, const char* organizationalUnit,
+                          const Credentials* credentials) {
+  std::lock_guard<std::mutex> guard(membershipLock);
+  const DirectorySettings settings = LoadDirectorySettings();
+  Membership membership = LoadMembership();
+  if (domain == nullptr || !SameName(domain, settings.domain)) {
+    return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
+  }
+  const ADClientStatus logon =
+      CheckAdministrator(settings, membership, credentials);
+  if (logon != ADCLIENT_STATUS_SUCCESS) return logon;
+  if (membership.Joined()) return kAlreadyJoined;
+  const std::string unit = organizationalUnit ? organizationalUnit : "";
+  membership.domain = settings.domain;
+  membership.netbiosName = settings.netbiosName;
+  membership.organizationalUnit = unit;
+  membership.machineAccountDN =
+      MachineAccountDN(ShortHostName(), unit, settings.domain);
+  return Save(membership);
+}
+
+ADClientStatus PartDomain(const Credentials* credentials) {
+  std::lock_guard<std::mutex> guard(membershipLock);
+  const DirectorySettings settings = LoadDirectorySettings();
+  Membership membership = LoadMembership();
+  if (credentials != nullptr) {
+    const ADClientStatus logon =
+        CheckAdministrator(settings, membership, credentials);
+    if (logon != ADCLIENT_STATUS_SUCCESS) return logon;
+  }
+  if (!membership.Joined()) return kNotJoined;
+  membership.domain.clear();
+  membership.netbiosName.clear();
+  membership.organizationalUnit.clear();
+  membership.machineAccountDN.clear();
+  membership.preferredDomainControllers.clear();
+  return Save(membership);
+}
+
+void ReleaseDomainName(void* pair) {
+  ADClientDomainName* domain = static_cast<ADClientDomainName*>(pair);
+  ReleaseText(domain->dnsName);
+  ReleaseText(domain->netbiosName);
+  delete domain;
+}
+
+void ReleaseDomainNames(void* array) {
+  if (array == nullptr) return;
+  ADClientDomainName** domains = static_cast<ADClientDomainName**>(array);
+  for (ADClientDomainName** domain = domains; *domain != nullptr; ++domain) {
+    ReleaseDomainName(*domain);
+  }
+  delete[] domains;
+}
+
+ADClientStatus GetActiveDomain(ADClientDomainName* domain,
+                               ADClientReleaseFunction* release) {
+  DelayStatusAnswer(LoadDirectorySettings());
+  const Membership membership = LoadMembership();
+  domain->dnsName = nullptr;
+  domain->netbiosName = nullptr;
+  *release = ReleaseText;
+  if (!membership.Joined()) return ADCLIENT_STATUS_SUCCESS;
+  domain->dnsName = CopyText(membership.domain);
+  domain->netbiosName = CopyText(membership.netbiosName);
+  return ADCLIENT_STATUS_SUCCESS;
+}
+
+ADClientStatus SetPreferredDomainControllers(const char* const* hostNames) {
+  std::lock_guard<std::mutex> guard(membershipLock);
+  Membership membership = LoadMembership();
+  if (!membership.Joined()) return kNotJoined;
+  membership.preferredDomainControllers = TextsOf(hostNames);
+  return Save(membership);
+}
+
+ADClientStatus AnswerTexts(const std::vector<std::string>& texts, char*** array,
+                           ADClientReleaseFunction* release) {
+  *array = CopyTextArray(texts);
+  *release = ReleaseTextArray;
+  return *array == nullptr ? kNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
+}
+
+ADClientStatus AnswerText(const std::string& text, char** out,
+                          ADClientReleaseFunction* release) {
+  *out = CopyText(text);
+  *release = ReleaseText;
+  return *out == nullptr ? kNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
+}
+
+ADClientStatus GetPreferredDomainControllers(char*** hostNames,
+                                             ADClientReleaseFunction* release) {
+  DelayStatusAnswer(LoadDirectorySettings());
+  return AnswerTexts(LoadMembership().preferredDomainControllers, hostNames,
+                     release);
+}
+
+ADClientTrustState GetDomainTrustState() {
+  DelayStatusAnswer(LoadDirectorySettings());
+  return LoadMembership().Joined() ? kTrustEstablished : kTrustNotJoined;
+}
+
+ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
+                                 ADClientReleaseFunction* release) {
+  const DirectorySettings settings = LoadDirectorySettings();
+  DelayStatusAnswer(settings);
+  const bool joined = LoadMembership().Joined();
+  const std::size_t count = joined ? settings.trustedDomains.size() : 0;
+  ADClientDomainName** array = new ADClientDomainName*[count + 1]();
+  for (std::size_t i = 0; i < count; ++i) {
+    array[i] =
+        new ADClientDomainName{CopyText(settings.trustedDomains[i].first),
+                               CopyText(settings.trustedDomains[i].second)};
+  }
+  *domains = array;
+  *release = ReleaseDomainNames;
+  return ADCLIENT_STATUS_SUCCESS;
+}
+
+ADClientStatus GetMachineAccountDN(char** distinguishedName,
+                                   ADClientReleaseFunction* release) {
+  DelayStatusAnswer(LoadDirectorySettings());
+  const Membership membership = LoadMembership();
+  *release = ReleaseText;
+  *distinguishedName = nullptr;
+  if (!membership.Joined()) return ADCLIENT_STATUS_SUCCESS;
+  return AnswerText(membership.machineAccountDN, distinguishedName, release);
+}
+
+ADClientStatus GetAnyDomainController(const char* /*first*/, const char* domain,
+                                      char** domainController,
+                                      ADClientReleaseFunction* release) {
+  const DirectorySettings settings = LoadDirectorySettings();
+  if (domain == nullptr || !SameName(domain, settings.domain) ||
+      settings.domainControllers.empty()) {
+    return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
+  }
+  return AnswerText(settings.domainControllers.front(), domainController,
+                    release);
+}
+
+// "user", "user@ad.test" and "AD\user" all become "AD\user".
+ADClientStatus ConvertCanonicalUsername(const char* name, char** converted,
+                                        ADClientReleaseFunction* release) {
+  const DirectorySettings settings = LoadDirectorySettings();
+  std::string user = name ? name : "";
+  const auto backslash = user.find('\\');
+  const auto at = user.find('@');
+  if (backslash != std::string::npos) {
+    if (!SameName(user.substr(0, backslash), settings.netbiosName)) {
+      return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
+    }
+    user = user.substr(backslash + 1);
+  } else if (at != std::string::npos) {
+    if (!SameName(user.substr(at + 1), settings.domain)) {
+      return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
+    }
+    user = user.substr(0, at);
+  }
+  return AnswerText(settings.netbiosName + "\\" + user, converted, release);
+}
+
+ADClientStatus JoinDomainWithMachineAccount(
+    const ADClientDirectoryDomainInfo* domain,
+    const ADClientMachineAccountInfo* account) {
+  std::lock_guard<std::mutex> guard(membershipLock);
+  Membership membership = LoadMembership();
+  if (membership.Joined()) return kAlreadyJoined;
+  if (account->principalThird == nullptr || *account->principalThird == '\0') {
+    return ADCLIENT_STATUS_LOGON_FAILURE;  // no machine password
+  }
+  membership.domain = domain->dnsDomainName;
+  membership.netbiosName = domain->netbiosDomainName;
+  membership.organizationalUnit.clear();
+  membership.machineAccountDN = account->principalSecond;
+  return Save(membership);
+}
+
+ADClientStatus GetHostPrincipalForDomain(const char* domain, char** principal,
+                                         ADClientReleaseFunction* release) {
+  if (domain == nullptr || *domain == '\0') {
+    return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
+  }
+  return AnswerText(ToUpper(ShortHostName()) + "$@" + ToUpper(domain),
+                    principal, release);
+}
+
+// 1: the domain is this one or trusted by it, 0: unknown to it.
+uint32_t GetDomainTrustRelationship(const char* domain) {
+  const DirectorySettings settings = LoadDirectorySettings();
+  if (domain == nullptr) return 0;
+  if (SameName(domain, settings.domain)) return 1;
+  for (const auto& trusted : settings.trustedDomains) {
+    if (SameName(domain, trusted.first)) return 1;
+  }
+  return 0;
+}
+
+ADClientStatus SetSmartCardEnabledServices(const char* const* services) {
+  std::lock_guard<std::mutex> guard(membershipLock);
+  Membership membership = LoadMembership();
+  membership.smartCardServices = TextsOf(services);
+  return Save(membership);
+}
+
+ADClientStatus GetSmartCardEnabledServices(char*** services,
+                                           ADClientReleaseFunction* release) {
+  return AnswerTexts(LoadMembership().smartCardServices, services, release);
+}
+
+}  // namespace
+}  // namespace quarrydemo
+
+// Declared extern first: a const object would otherwise stay local to this
+// file.
+extern "C" {
+
+ADCLIENT_EXPORT extern const ADClientMetadata ActiveDirectoryClientMetadata;
+ADCLIENT_EXPORT extern const ADClientOperations ActiveDirectoryClientOperations;
+
+const ADClientMetadata ActiveDirectoryClientMetadata = {
+    ACTIVE_DIRECTORY_CLIENT_METADATA_VERSION,
+    "pam_quarrydemo.so",
+    "use_first_pass offline_credentials",
+    "quarrydemo",
+    "UNAVAIL=continue",
+};
+
+const ADClientOperations ActiveDirectoryClientOperations = {
+    ACTIVE_DIRECTORY_CLIENT_OPERATIONS_VERSION,
+    quarrydemo::JoinDomain,
+    quarrydemo::PartDomain,
+    quarrydemo::GetActiveDomain,
+    quarrydemo::SetPreferredDomainControllers,
+    quarrydemo::GetPreferredDomainControllers,
+    nullptr,
+    quarrydemo::GetDomainTrustState,
+    quarrydemo::GetTrustedDomains,
+    quarrydemo::GetMachineAccountDN,
+    quarrydemo::GetAnyDomainController,
+    quarrydemo::ConvertCanonicalUsername,
+    quarrydemo::JoinDomainWithMachineAccount,
+    quarrydemo::GetHostPrincipalForDomain,
+    quarrydemo::GetDomainTrustRelationship,
+    quarrydemo::SetSmartCardEnabledServices,
+    quarrydemo::GetSmartCardEnabledServices,
+};
+
+}  // extern "C"

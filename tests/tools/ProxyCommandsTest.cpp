@@ -1,0 +1,106 @@
+// "proxy-domain", "import-proxy-cert" and "join-proxy", with the
+// demonstration proxy plug-in.
+#include <gtest/gtest.h>
+
+#include "tools/ToolHarness.h"
+
+namespace quarryauthctl_test {
+namespace {
+
+const char kCertificate[] = "/etc/quarry/cam.pem";
+
+std::string Thumbprint() {
+  Shell(std::string("openssl x509 -in ") + kCertificate +
+        " -noout -fingerprint -sha1 | cut -d= -f2 > /etc/quarry/cam.sha1");
+  std::string text = ReadFile("/etc/quarry/cam.sha1");
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
+}
+
+class ProxyCommandsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    InstallDemo();
+    PrepareHostForJoin();
+    Shell(std::string("openssl req -x509 -newkey rsa:2048 -nodes -days 1 "
+                      "-subj /CN=cam.ad.test -keyout /etc/quarry/cam-key.pem "
+                      "-out ") +
+          kCertificate + " 2>/dev/null");
+    thumbprint = Thumbprint();
+    WriteFile("/etc/quarry/quarrydemocam.conf",
+              "server = \"192.0.2.10\"\ndomain = \"ad.test\"\n"
+              "thumbprint = \"" +
+                  thumbprint + "\"\n");
+  }
+  std::string thumbprint;
+};
+
+TEST_F(ProxyCommandsTest, ShowsTheProxysDomain) {
+  const ToolResult text = RunTool({"proxy-domain", "192.0.2.10"});
+  EXPECT_EQ(text.exitStatus, 0) << text.err;
+  EXPECT_EQ(text.out, "ad.test\n");
+  const nlohmann::json json =
+      RunTool({"proxy-domain", "192.0.2.10", "--json"}).Json();
+  EXPECT_EQ(json["server"], "192.0.2.10");
+  EXPECT_EQ(json["domain"], "ad.test");
+  const ToolResult refused = RunTool({"proxy-domain", "192.0.2.11"});
+  EXPECT_EQ(refused.exitStatus, 3);
+  EXPECT_NE(refused.err.find("0x000004c9"), std::string::npos) << refused.err;
+}
+
+TEST_F(ProxyCommandsTest, JoinsAfterTheCertificateIsImported) {
+  const ToolResult withoutCertificate =
+      RunTool({"join-proxy", "192.0.2.10", "--ou", "Servers"});
+  EXPECT_EQ(withoutCertificate.exitStatus, 3);
+  EXPECT_EQ(withoutCertificate.err,
+            "quarryauthctl: The specified thumbprint store "
+            "'auth_proxy_certificate' is invalid\n");
+
+  const ToolResult imported = RunTool({"import-proxy-cert", kCertificate});
+  EXPECT_EQ(imported.exitStatus, 0) << imported.err;
+  EXPECT_EQ(imported.out, "Imported the proxy certificate; its thumbprint is " +
+                              thumbprint + ".\n");
+
+  const ToolResult joined =
+      RunTool({"join-proxy", "192.0.2.10", "--ou", "Servers"});
+  EXPECT_EQ(joined.exitStatus, 0) << joined.err;
+  EXPECT_EQ(joined.out,
+            "Joined ad.test through the authentication proxy at 192.0.2.10.\n");
+  const nlohmann::json status = RunTool({"status", "--json"}).Json();
+  EXPECT_EQ(status["joined"], true);
+  EXPECT_EQ(status["domain"]["dnsName"], "ad.test");
+  EXPECT_EQ(status["organizationalUnit"], "Servers");
+  EXPECT_EQ(status["authProxyAddress"], "192.0.2.10");
+  EXPECT_EQ(status["machineAccountDN"], "CN=NODE1,OU=Servers,DC=ad,DC=test");
+}
+
+TEST_F(ProxyCommandsTest, RefusesAProxyWithAnotherCertificate) {
+  EXPECT_EQ(RunTool({"import-proxy-cert", kCertificate}).exitStatus, 0);
+  WriteFile("/etc/quarry/quarrydemocam.conf",
+            "server = \"192.0.2.10\"\nthumbprint = \"00:11\"\n");
+  const ToolResult refused = RunTool({"join-proxy", "192.0.2.10"});
+  EXPECT_EQ(refused.exitStatus, 3);
+  EXPECT_NE(refused.err.find("The CAM server's certificate cannot be verified"),
+            std::string::npos)
+      << refused.err;
+  EXPECT_EQ(RunTool({"status"}).exitStatus, 5);
+}
+
+TEST_F(ProxyCommandsTest, RefusesABadCertificateFileAndAHostName) {
+  WriteFile("/etc/quarry/not-a-certificate", "hello\n");
+  const ToolResult bad =
+      RunTool({"import-proxy-cert", "/etc/quarry/not-a-certificate"});
+  EXPECT_EQ(bad.exitStatus, 3);
+  EXPECT_NE(bad.err.find("only PEM format is supported"), std::string::npos)
+      << bad.err;
+  const ToolResult missing = RunTool({"import-proxy-cert", "/etc/quarry/none"});
+  EXPECT_EQ(missing.exitStatus, 3);
+  const ToolResult named = RunTool({"join-proxy", "cam.ad.test"});
+  EXPECT_EQ(named.exitStatus, 3);
+  EXPECT_NE(named.err.find("IPv4 address 'cam.ad.test' cannot be parsed"),
+            std::string::npos)
+      << named.err;
+}
+
+}  // namespace
+}  // namespace quarryauthctl_test
