@@ -180,6 +180,7 @@ TEST_P(SystemCallFaults, EveryFailingCallLeavesOldOrNewContents) {
   // The rewrite is seen: its data is written and flushed.
   EXPECT_GT(gPlan.callsByName["write"], 0);
   EXPECT_GT(gPlan.callsByName["fsync"], 0);
+  RecordProperty("calls", calls);
 
   for (int failAt = 1; failAt <= calls; ++failAt) {
     const WriteResult result = RewriteFailing(failAt);
