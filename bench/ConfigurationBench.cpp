@@ -47,4 +47,19 @@ void BM_WriteDurable(benchmark::State& state) {
 }
 BENCHMARK(BM_WriteDurable)->Arg(1)->Arg(100)->UseRealTime();
 
+// The same contents rewritten in place with a plain ofstream: no temporary
+// file, no flush to disk, no rename. What durability and atomicity cost is
+// the difference to BM_WriteDurable.
+void BM_WritePlainOfstream(benchmark::State& state) {
+  WriteSample(static_cast<int>(state.range(0)));
+  qa::Configuration configuration(kPath);
+  for (auto _ : state) {
+    std::ofstream out(kPath, std::ios::trunc);
+    for (const auto& pair : configuration) {
+      out << pair.first << " = \"" << pair.second << "\"\n";
+    }
+  }
+}
+BENCHMARK(BM_WritePlainOfstream)->Arg(1)->Arg(100)->UseRealTime();
+
 }  // namespace

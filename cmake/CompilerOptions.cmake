@@ -22,3 +22,10 @@ if(QUARRYAUTH_BUILD_FUZZERS)
                       -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
   add_link_options(-fsanitize=address,undefined)
 endif()
+
+if(QUARRYAUTH_COVERAGE)
+  # Unoptimised, so that lines and branches map to the source as written;
+  # atomic counters, as worker threads run the same code at once.
+  add_compile_options(--coverage -O0 -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

@@ -105,7 +105,11 @@ int ReplaceFileContents(const std::string& path, const std::string& contents,
   if (int error = file.Close()) return error;
   if (::rename(temporary.path().c_str(), path.c_str()) != 0) return errno;
   temporary.Release();
-  return SyncParentDirectory(path);
+  // The new contents are in place and cannot be taken back. Reporting a
+  // failed flush of the directory would tell the caller that the old file
+  // is still there, so it stays a best effort.
+  SyncParentDirectory(path);
+  return 0;
 }
 
 }  // namespace quarry::common

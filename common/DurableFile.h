@@ -37,9 +37,10 @@ int SyncParentDirectory(const std::string& path);
 // Replaces the file at path with contents: written to a temporary file
 // beside it, flushed, given the old file's mode (or newFileMode when there
 // was no old file), renamed over the target and the rename flushed. The
-// target is either the old or the new file at every moment. Returns 0 or the
-// errno value of the step that failed; the temporary file is removed on
-// failure.
+// target is either the old or the new file at every moment. Returns 0 once
+// the new file is in place (flushing the directory after the rename is a
+// best effort), or the errno value of the step that failed, with the old
+// file unchanged and the temporary file removed.
 int ReplaceFileContents(const std::string& path, const std::string& contents,
                         mode_t newFileMode);
 
