@@ -33,7 +33,10 @@ using quarryauth_test::WaitForThreadCount;
 using Clock = std::chrono::steady_clock;
 
 const int kCallers = 64;
-const int kExitingWorkers = 16;
+// A worker that has answered may still be exiting when the next one
+// starts; under sanitizers dozens overlap. Workers that never ended would
+// number in the thousands over a run.
+const int kExitingWorkers = kCallers;
 const TestOperation kQueried[] = {
     TEST_OP_GET_ACTIVE_DOMAIN, TEST_OP_GET_PREFERRED_DOMAIN_CONTROLLERS,
     TEST_OP_GET_MACHINE_ACCOUNT_DN, TEST_OP_GET_TRUSTED_DOMAINS,
@@ -196,8 +199,7 @@ class Load : public ::testing::Test {
     EXPECT_EQ(0, failures.load());
     EXPECT_EQ(0, wrongAnswers.load());
     EXPECT_GT(calls.load(), kCallers);
-    // Callers plus one worker per query kind, and the few workers that have
-    // answered but not yet finished exiting when the next one starts.
+    // Callers plus one worker per query kind, and workers still exiting.
     EXPECT_LE(mostThreads, baseline + kCallers + 3 + kExitingWorkers);
     EXPECT_TRUE(WaitForThreadCount(baseline));
     // Generous: allocator caches and sanitizer bookkeeping may settle late,
