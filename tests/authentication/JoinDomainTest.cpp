@@ -10,18 +10,9 @@
 #include <quarryauth/platform/skarnconfigstore/ConfigStore.h>
 
 #include "authentication/HostSetup.h"
+#include "authentication/JoinSupport.h"
 #include "authentication/PluginHarness.h"
 #include "authentication/SyslogCapture.h"
-#include "support/Interpose.h"
-
-// The join retries sleep 30 seconds; this program counts instead.
-namespace {
-int gSleeps = 0;
-}
-QUARRY_TEST_INTERPOSE unsigned int sleep(unsigned int) {
-  ++gSleeps;
-  return 0;
-}
 
 namespace {
 
@@ -64,26 +55,6 @@ class JoinDomain : public ::testing::Test {
     return "(nothing thrown)";
   }
 
-  // The stored domain record, or "(none)".
-  static std::string StoredDomain() {
-    try {
-      qa::ActiveDirectoryConfigStore configStore;
-      return configStore.GetDomainName() + "|" +
-             configStore.GetOrganizationalUnit() + "|" +
-             configStore.GetAuthProxyAddr();
-    } catch (const qa::ConfigurationError&) {
-      return "(none)";
-    }
-  }
-
-  // Makes every later opening of the configuration store fail.
-  static void BreakConfigurationStore() {
-    if (std::system("mkdir -p /var/lib/quarry && mount -t tmpfs -o ro "
-                    "tmpfs /var/lib/quarry") != 0) {
-      throw std::runtime_error("cannot break the store");
-    }
-  }
-
   Credentials admin_{"Administrator", "secret"};
   std::string path_;
   std::unique_ptr<qa::ActiveDirectoryStore> store_;
@@ -96,10 +67,10 @@ TEST_F(JoinDomain, JoinsChecksTheHostAndRecordsTheDomain) {
   EXPECT_THAT(plugin_->Arguments(TEST_OP_JOIN_DOMAIN),
               ElementsAre(Optional(std::string("ad.test")), std::nullopt));
   EXPECT_EQ(plugin_->CredentialsPassed(TEST_OP_JOIN_DOMAIN), &admin_);
-  EXPECT_EQ(StoredDomain(), "ad.test||");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test||");
   EXPECT_EQ(quarryauth_test::HostsEntry(quarryauth_test::kManagementAddress),
             "node1.ad.test node1");
-  EXPECT_EQ(gSleeps, 0);
+  EXPECT_EQ(quarryauth_test::SleepCalls(), 0);
 }
 
 TEST_F(JoinDomain, NullUserNameIsRefusedBeforeAnything) {
@@ -109,7 +80,7 @@ TEST_F(JoinDomain, NullUserNameIsRefusedBeforeAnything) {
   EXPECT_EQ(Failure("ad.test", credentials, true), kNoUser);
   EXPECT_EQ(plugin_->Calls(TEST_OP_JOIN_DOMAIN), 0);
   EXPECT_EQ(ReadFile("/etc/hosts"), hostsBefore);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(JoinDomain, EmptyOrNullPasswordIsRefusedAlsoWithoutChecks) {
@@ -123,7 +94,7 @@ TEST_F(JoinDomain, EmptyOrNullPasswordIsRefusedAlsoWithoutChecks) {
   EXPECT_EQ(plugin_->Calls(TEST_OP_JOIN_DOMAIN), 0);
   EXPECT_EQ(ReadFile("/etc/hosts"), hostsBefore);
   EXPECT_EQ(ReadFile("/etc/resolv.conf"), resolvBefore);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(JoinDomain, EmptyUserNameIsHandedToThePlugin) {
@@ -137,7 +108,7 @@ TEST_F(JoinDomain, OrganizationalUnitIsEverythingAfterTheFirstSlash) {
   EXPECT_THAT(plugin_->Arguments(TEST_OP_JOIN_DOMAIN),
               ElementsAre(Optional(std::string("ad.test")),
                           Optional(std::string("OU=Hosts/Linux,DC=ad"))));
-  EXPECT_EQ(StoredDomain(), "ad.test|OU=Hosts/Linux,DC=ad|");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test|OU=Hosts/Linux,DC=ad|");
 }
 
 TEST_F(JoinDomain, TrailingSlashGivesNoOrganizationalUnit) {
@@ -159,7 +130,7 @@ TEST_F(JoinDomain, SkippingChecksJoinsAHostCalledLocalhost) {
   store_->JoinDomain("ad.test", admin_, true);
   EXPECT_EQ(plugin_->Calls(TEST_OP_JOIN_DOMAIN), 1);
   EXPECT_EQ(ReadFile("/etc/hosts"), hostsBefore);
-  EXPECT_EQ(StoredDomain(), "ad.test||");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test||");
 }
 
 TEST_F(JoinDomain, HostNameRefusalStopsBeforeThePlugin) {
@@ -167,18 +138,18 @@ TEST_F(JoinDomain, HostNameRefusalStopsBeforeThePlugin) {
   EXPECT_EQ(Failure("ad.test", admin_, false),
             "The current hostname is invalid: hostname is in blacklist");
   EXPECT_EQ(plugin_->Calls(TEST_OP_JOIN_DOMAIN), 0);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(JoinDomain, PluginFailureStoresNothing) {
   plugin_->SetStatus(TEST_OP_JOIN_DOMAIN, 1355);
   EXPECT_THROW(store_->JoinDomain("ad.test", admin_, false),
                qa::NoSuchDomainException);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
   // The host-name step ran before the plug-in and its hosts entry stays.
   EXPECT_EQ(quarryauth_test::HostsEntry(quarryauth_test::kManagementAddress),
             "node1.ad.test node1");
-  EXPECT_EQ(gSleeps, 0);
+  EXPECT_EQ(quarryauth_test::SleepCalls(), 0);
 }
 
 TEST_F(JoinDomain, RepeatedLogonFailureRetriesFourTimes) {
@@ -186,12 +157,12 @@ TEST_F(JoinDomain, RepeatedLogonFailureRetriesFourTimes) {
   EXPECT_THROW(store_->JoinDomain("ad.test", admin_, true),
                qa::LogonFailureException);
   EXPECT_EQ(plugin_->Calls(TEST_OP_JOIN_DOMAIN), 4);
-  EXPECT_EQ(gSleeps, 4);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::SleepCalls(), 4);
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(JoinDomain, StoreFailureLeavesTheDomainAndRaisesTheStoreException) {
-  BreakConfigurationStore();
+  quarryauth_test::BreakConfigurationStore();
   std::string message;
   try {
     store_->JoinDomain("ad.test", admin_, true);
@@ -210,7 +181,7 @@ TEST_F(JoinDomain, StoreFailureLeavesTheDomainAndRaisesTheStoreException) {
 }
 
 TEST_F(JoinDomain, FailingUndoReplacesTheStoreException) {
-  BreakConfigurationStore();
+  quarryauth_test::BreakConfigurationStore();
   plugin_->SetStatus(TEST_OP_PART_DOMAIN, 1311);
   EXPECT_THROW(store_->JoinDomain("ad.test", admin_, true),
                qa::NoLogonServersException);
@@ -222,14 +193,14 @@ TEST_F(JoinDomain, LeavingWithoutCredentialsRemovesTheRecord) {
   store_->PartDomain();
   EXPECT_EQ(plugin_->Calls(TEST_OP_PART_DOMAIN), 1);
   EXPECT_EQ(plugin_->CredentialsPassed(TEST_OP_PART_DOMAIN), nullptr);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(JoinDomain, LeavingWithCredentialsKeepsTheRecord) {
   store_->JoinDomain("ad.test", admin_, true);
   store_->PartDomain(admin_);
   EXPECT_EQ(plugin_->CredentialsPassed(TEST_OP_PART_DOMAIN), &admin_);
-  EXPECT_EQ(StoredDomain(), "ad.test||");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test||");
 }
 
 TEST_F(JoinDomain, LeavingKeepsTheAcceptedProxyCertificate) {
@@ -244,12 +215,12 @@ TEST_F(JoinDomain, LeavingKeepsTheAcceptedProxyCertificate) {
 TEST_F(JoinDomain, DirectJoinAfterAJoinWithAnOrganizationalUnitLeavesNone) {
   store_->JoinDomain("ad.test/OU=Hosts", admin_, true);
   store_->JoinDomain("ad.test", admin_, true);
-  EXPECT_EQ(StoredDomain(), "ad.test||");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test||");
 }
 
 TEST_F(JoinDomain, FailedRemovalOnLeaveIsLoggedAndRaised) {
   store_->JoinDomain("ad.test", admin_, true);
-  BreakConfigurationStore();
+  quarryauth_test::BreakConfigurationStore();
   std::string message;
   try {
     store_->PartDomain();
@@ -268,7 +239,7 @@ TEST_F(JoinDomain, PluginFailureOnLeaveKeepsTheRecord) {
   store_->JoinDomain("ad.test", admin_, true);
   plugin_->SetStatus(TEST_OP_PART_DOMAIN, 1355);
   EXPECT_THROW(store_->PartDomain(), qa::NoSuchDomainException);
-  EXPECT_EQ(StoredDomain(), "ad.test||");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test||");
 }
 
 }  // namespace

@@ -14,18 +14,10 @@
 #include <quarryauth/authentication.h>
 
 #include "authentication/HostSetup.h"
+#include "authentication/JoinSupport.h"
 #include "authentication/PluginHarness.h"
 #include "authentication/SyslogCapture.h"
 #include "authentication/plugins/TestCAMProxyControl.h"
-#include "support/Interpose.h"
-
-namespace {
-int gSleeps = 0;
-}
-QUARRY_TEST_INTERPOSE unsigned int sleep(unsigned int) {
-  ++gSleeps;
-  return 0;
-}
 
 namespace {
 
@@ -121,17 +113,6 @@ class ProxyJoin : public ::testing::Test {
     return "(nothing thrown)";
   }
 
-  static std::string StoredDomain() {
-    try {
-      qa::ActiveDirectoryConfigStore configStore;
-      return configStore.GetDomainName() + "|" +
-             configStore.GetOrganizationalUnit() + "|" +
-             configStore.GetAuthProxyAddr();
-    } catch (const qa::ConfigurationError&) {
-      return "(none)";
-    }
-  }
-
   std::string adPath_;
   void* camHandle_ = nullptr;
   TestCAMProxyControl* cam_ = nullptr;
@@ -156,7 +137,7 @@ TEST_F(ProxyJoin, OptionZeroJoinsWithoutVerification) {
   EXPECT_EQ(cam_->verifyCertificate, 0);
   EXPECT_STREQ(cam_->thumbprint, "");
   EXPECT_STREQ(cam_->server, kServer);
-  EXPECT_EQ(StoredDomain(), std::string("ad.test||") + kServer);
+  EXPECT_EQ(quarryauth_test::StoredDomain(), std::string("ad.test||") + kServer);
 }
 
 TEST_F(ProxyJoin, OptionOneVerifiesAgainstTheStoredThumbprint) {
@@ -272,7 +253,7 @@ TEST_F(ProxyJoin, EmptyOrganizationalUnitStoresNone) {
   SetOption("0");
   qa::ActiveDirectoryConfigStore().StoreDomainInfo("ad.test", "OU=Old", "");
   store_->JoinDomainWithCAM(kServer, "", true);
-  EXPECT_EQ(StoredDomain(), std::string("ad.test||") + kServer);
+  EXPECT_EQ(quarryauth_test::StoredDomain(), std::string("ad.test||") + kServer);
 }
 
 TEST_F(ProxyJoin, OrganizationalUnitIsTheContainerAndIsStored) {
@@ -280,7 +261,7 @@ TEST_F(ProxyJoin, OrganizationalUnitIsTheContainerAndIsStored) {
   store_->JoinDomainWithCAM(kServer, "OU=Hosts,DC=ad,DC=test", true);
   EXPECT_EQ(cam_->containerWasNull, 0);
   EXPECT_STREQ(cam_->container, "OU=Hosts,DC=ad,DC=test");
-  EXPECT_EQ(StoredDomain(),
+  EXPECT_EQ(quarryauth_test::StoredDomain(),
             std::string("ad.test|OU=Hosts,DC=ad,DC=test|") + kServer);
 }
 
@@ -304,7 +285,7 @@ TEST_F(ProxyJoin, HostCheckRefusalStopsBeforeTheMachineAccount) {
   EXPECT_EQ(JoinFailure<qa::InvalidHostNameException>(kServer, "", false),
             "The current hostname is invalid: hostname is in blacklist");
   EXPECT_EQ(cam_->machineAccountCalls, 0);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(ProxyJoin, UnresolvableHostIsRefused) {
@@ -322,7 +303,7 @@ TEST_F(ProxyJoin, ProxyFailureStopsTheJoin) {
   EXPECT_EQ(JoinFailure<qa::InvalidCAMCertificateException>(kServer, "", true),
             "The CAM server's certificate cannot be verified.");
   EXPECT_EQ(ad_->Calls(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT), 0);
-  EXPECT_EQ(StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
 TEST_F(ProxyJoin, DirectoryJoinFailureStoresNothing) {
@@ -330,15 +311,13 @@ TEST_F(ProxyJoin, DirectoryJoinFailureStoresNothing) {
   ad_->SetStatus(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT, 2691);
   EXPECT_THROW(store_->JoinDomainWithCAM(kServer, "", true),
                qa::SetupAlreadyJoinedException);
-  EXPECT_EQ(StoredDomain(), "(none)");
-  EXPECT_EQ(gSleeps, 0);
+  EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
+  EXPECT_EQ(quarryauth_test::SleepCalls(), 0);
 }
 
 TEST_F(ProxyJoin, StoreFailureAfterTheJoinUndoesIt) {
   SetOption("0");
-  ASSERT_EQ(std::system("mkdir -p /var/lib/quarry && mount -t tmpfs -o ro "
-                        "tmpfs /var/lib/quarry"),
-            0);
+  quarryauth_test::BreakConfigurationStore();
   std::string message;
   try {
     store_->JoinDomainWithCAM(kServer, "", true);
@@ -452,9 +431,7 @@ TEST_F(CertificateImport, NewCertificateReplacesTheOld) {
 
 TEST_F(CertificateImport, StoreFailureIsLoggedAndRaised) {
   MakeCertificate("/etc/quarry/proxy.pem", "proxy.ad.test");
-  ASSERT_EQ(std::system("mkdir -p /var/lib/quarry && mount -t tmpfs -o ro "
-                        "tmpfs /var/lib/quarry"),
-            0);
+  quarryauth_test::BreakConfigurationStore();
   std::string message;
   try {
     store_->ImportCertificateForCAM("/etc/quarry/proxy.pem", "");

@@ -1,11 +1,11 @@
-// Part 3.4 on whole files: this machine's /etc/nsswitch.conf (the sandbox's
-// /etc is an overlay of the real one) and the committed files of
-// data/nsswitch/ that cover the reader's odd cases. Each file either reads
-// or raises only the reader's std::out_of_range; each file that reads is
-// written as a fixed point and, where an independent scan can tell, keeps
-// its number of services per database. Committed files also carry their
-// exact expected output: NAME.expected for a file that reads, NAME.throws
-// (what the model holds after the throw) for one that must throw.
+// The name-service switch reader on whole files: this machine's
+// /etc/nsswitch.conf (the sandbox's /etc is an overlay of the real one) and
+// the committed files of data/nsswitch/ that cover the reader's odd cases.
+// Each file either reads or raises only the reader's std::out_of_range; each
+// file that reads is written as a fixed point and, where an independent scan
+// can tell, keeps its number of services per database. Committed files also
+// carry their exact expected output: NAME.expected for a file that reads,
+// NAME.throws (what the model holds after the throw) for one that must throw.
 #include <gtest/gtest.h>
 
 #include <quarryauth/systemconfiguration.h>
@@ -145,7 +145,7 @@ std::vector<std::string> DataFiles() {
 }  // namespace
 
 TEST(NSSFilesTest, MachineFileReadsAndIsAFixedPoint) {
-  if (!fs::exists(kSystemFile)) GTEST_SKIP() << "no " << kSystemFile;
+  ASSERT_TRUE(fs::exists(kSystemFile)) << "no " << kSystemFile;
   std::string written;
   bool threw = false;
   CheckFile(kSystemFile, &written, &threw);

@@ -1,4 +1,4 @@
-// Part 3.4: Name-service switch configuration.
+// The name-service switch configuration model.
 #include <gtest/gtest.h>
 
 #include <quarryauth/authentication.h>

@@ -1,4 +1,4 @@
-// Part 3.2: PAM entry lines.
+// PAM entry lines: one rule without its facility word.
 #include <gtest/gtest.h>
 
 #include <quarryauth/systemconfiguration.h>

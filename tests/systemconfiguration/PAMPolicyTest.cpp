@@ -1,4 +1,4 @@
-// Part 3.3: PAM stacks and policy files.
+// PAM stacks and whole policy files.
 #include <gtest/gtest.h>
 
 #include <quarryauth/systemconfiguration.h>

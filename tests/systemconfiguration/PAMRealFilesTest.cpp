@@ -1,8 +1,8 @@
-// Part 3.3 on the real PAM service files of this machine (the sandbox's /etc
-// is an overlay of the real one): every file either reads, or raises only
-// the model's own exceptions with the message an independent scan of the
-// file predicts; every file that reads is written as a fixed point and keeps
-// its number of rules per facility.
+// The PAM policy reader on the real PAM service files of this machine (the
+// sandbox's /etc is an overlay of the real one): every file either reads, or
+// raises only the model's own exceptions with the message an independent scan
+// of the file predicts; every file that reads is written as a fixed point and
+// keeps its number of rules per facility.
 #include <gtest/gtest.h>
 
 #include <quarryauth/systemconfiguration.h>
@@ -101,7 +101,7 @@ std::vector<std::string> ServiceFiles() {
 }  // namespace
 
 TEST(PAMRealFilesTest, EveryServiceFileReadsOrRaisesTheModelsExceptions) {
-  if (!fs::is_directory(kPamDirectory)) GTEST_SKIP() << "no /etc/pam.d";
+  ASSERT_TRUE(fs::is_directory(kPamDirectory)) << "no /etc/pam.d";
   const std::vector<std::string> files = ServiceFiles();
   ASSERT_FALSE(files.empty());
   size_t read = 0, refused = 0;

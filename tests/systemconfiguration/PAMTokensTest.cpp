@@ -1,4 +1,4 @@
-// Part 3.1: PAM control and facility tokens.
+// PAM control and facility tokens.
 #include <gtest/gtest.h>
 
 #include <quarryauth/authentication.h>
