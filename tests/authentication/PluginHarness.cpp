@@ -1,5 +1,7 @@
 #include "PluginHarness.h"
 
+#include "support/Files.h"
+
 #include <chrono>
 #include <dirent.h>
 #include <dlfcn.h>
@@ -53,17 +55,11 @@ void WriteActiveStore(const std::string& name) {
 }
 
 void WriteFile(const std::string& path, const std::string& contents) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << contents;
-  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+  quarry_test::WriteFile(path, contents);
 }
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("cannot read " + path);
-  std::ostringstream contents;
-  contents << in.rdbuf();
-  return contents.str();
+  return quarry_test::ReadFile(path);
 }
 
 bool IsLoaded(const std::string& path) {

@@ -1,5 +1,7 @@
 #include "SandboxSupport.h"
 
+#include "support/Files.h"
+
 #include <dirent.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -25,11 +27,7 @@ void WriteFile(const std::string& path, const std::string& contents,
 }
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("cannot read " + path);
-  std::ostringstream contents;
-  contents << in.rdbuf();
-  return contents.str();
+  return quarry_test::ReadFile(path);
 }
 
 bool FileExists(const std::string& path) {
