@@ -8,6 +8,8 @@
 
 namespace quarrydemo {
 
+using namespace quarry::plugin;
+
 std::string DomainComponents(const std::string& domain) {
   std::istringstream labels(domain);
   std::string dn, label;
