@@ -12,6 +12,7 @@ namespace quarryadcli {
 
 // Status codes this plug-in answers with, beside those of the SDK header.
 const ADClientStatus kStatusNotEnoughMemory = 8;
+const ADClientStatus kStatusInvalidParameter = 87;
 const ADClientStatus kStatusDirectory = 267;
 const ADClientStatus kStatusNoLogonServers = 1311;
 const ADClientStatus kStatusPasswordExpired = 1330;
