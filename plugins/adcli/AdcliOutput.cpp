@@ -59,6 +59,7 @@ ADClientStatus ClassifyFailure(const std::string& errors) {
     return kStatusDirectory;
   }
   if (Contains(errors, "Couldn't add keytab entries") ||
+      Contains(errors, "Couldn't update keytab") ||
       Contains(errors, "Insufficient permissions") ||
       Contains(errors, "Insufficient access")) {
     return ADCLIENT_STATUS_ACCESS_DENIED;
@@ -68,6 +69,7 @@ ADClientStatus ClassifyFailure(const std::string& errors) {
 
 bool FailedAfterAccountChange(const std::string& errors) {
   return Contains(errors, "Couldn't add keytab entries") ||
+         Contains(errors, "Couldn't update keytab") ||
          Contains(errors, "Couldn't remove old keytab entries") ||
          Contains(errors, "Couldn't set password for computer account") ||
          Contains(errors, "Couldn't update computer account");

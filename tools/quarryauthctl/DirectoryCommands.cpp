@@ -98,6 +98,18 @@ void AddDomainControllers(CLI::App& app, Action& chosen) {
   OnParsed(*show, chosen, [options] {
     return ShowDomainControllers(options->timeoutSeconds, options->json);
   });
+
+  auto domain = std::make_shared<std::string>();
+  auto findJson = std::make_shared<bool>(false);
+  CLI::App* find =
+      dc->add_subcommand("find", "Name a domain controller of a domain");
+  find->add_option("DOMAIN", *domain, "DNS name of the domain")->required();
+  AddJsonFlag(*find, *findJson);
+  OnParsed(*find, chosen, [domain, findJson] {
+    const qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
+    return PrintAnswer("domainController",
+                       store.GetDomainControllerForDomain(*domain), *findJson);
+  });
 }
 
 void AddSmartCard(CLI::App& app, Action& chosen) {
