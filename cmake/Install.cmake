@@ -17,6 +17,11 @@ install(FILES ${PROJECT_BINARY_DIR}/quarryauthConfig.cmake
               ${PROJECT_BINARY_DIR}/quarryauthConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/quarryauth)
 
+# The .pc file finds the prefix from its own folder, however deep the
+# library folder is (lib, or lib/x86_64-linux-gnu in a Debian package).
+file(RELATIVE_PATH QUARRYAUTH_PC_PREFIX
+     "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" QUARRYAUTH_PC_PREFIX "${QUARRYAUTH_PC_PREFIX}")
 configure_file(cmake/quarryauth.pc.in ${PROJECT_BINARY_DIR}/quarryauth.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quarryauth.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
