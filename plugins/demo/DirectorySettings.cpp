@@ -9,6 +9,8 @@
 
 namespace quarrydemo {
 
+using namespace quarry::plugin;
+
 const char kDirectorySettingsPath[] = "/etc/quarry/quarrydemo.conf";
 
 namespace {

@@ -9,6 +9,8 @@
 
 namespace quarrydemo {
 
+using namespace quarry::plugin;
+
 const char kMembershipPath[] = "/var/lib/quarry/quarrydemo.state";
 
 Membership LoadMembership() {

@@ -16,6 +16,8 @@
 #include "PluginText.h"
 
 namespace quarrydemo {
+
+using namespace quarry::plugin;
 namespace {
 
 const char kProxySettingsPath[] = "/etc/quarry/quarrydemocam.conf";

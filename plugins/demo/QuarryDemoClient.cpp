@@ -14,6 +14,8 @@
 #include "PluginText.h"
 
 namespace quarrydemo {
+
+using namespace quarry::plugin;
 namespace {
 
 const ADClientStatus kNotEnoughMemory = 8;

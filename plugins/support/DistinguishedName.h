@@ -1,10 +1,10 @@
-// LDAP distinguished names of the demonstration directory's objects.
-#ifndef QUARRYDEMO_DISTINGUISHEDNAME_H
-#define QUARRYDEMO_DISTINGUISHEDNAME_H
+// LDAP distinguished names of a domain's containers and computer accounts.
+#ifndef QUARRY_PLUGIN_DISTINGUISHEDNAME_H
+#define QUARRY_PLUGIN_DISTINGUISHEDNAME_H
 
 #include <string>
 
-namespace quarrydemo {
+namespace quarry::plugin {
 
 // "ad.test" gives "DC=ad,DC=test".
 std::string DomainComponents(const std::string& domain);
@@ -24,6 +24,6 @@ std::string MachineAccountDN(const std::string& hostShortName,
 // The system host name up to its first ".".
 std::string ShortHostName();
 
-}  // namespace quarrydemo
+}  // namespace quarry::plugin
 
 #endif

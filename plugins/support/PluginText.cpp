@@ -6,7 +6,7 @@
 #include <cstring>
 #include <sstream>
 
-namespace quarrydemo {
+namespace quarry::plugin {
 
 char* CopyText(const std::string& text) {
   char* copy = static_cast<char*>(std::malloc(text.size() + 1));
@@ -71,4 +71,4 @@ std::string ToLower(std::string text) {
   return text;
 }
 
-}  // namespace quarrydemo
+}  // namespace quarry::plugin

@@ -1,12 +1,12 @@
-// Strings and string lists handed across the plug-in interface, allocated
+// Shared by the plug-ins: strings and string lists handed across the plug-in interface, allocated
 // with malloc so that the plug-ins' release functions can free them.
-#ifndef QUARRYDEMO_PLUGINTEXT_H
-#define QUARRYDEMO_PLUGINTEXT_H
+#ifndef QUARRY_PLUGIN_PLUGINTEXT_H
+#define QUARRY_PLUGIN_PLUGINTEXT_H
 
 #include <string>
 #include <vector>
 
-namespace quarrydemo {
+namespace quarry::plugin {
 
 // A malloc'ed copy; null when memory runs out.
 char* CopyText(const std::string& text);
@@ -27,6 +27,6 @@ std::string JoinWords(const std::vector<std::string>& words);
 std::string ToUpper(std::string text);
 std::string ToLower(std::string text);
 
-}  // namespace quarrydemo
+}  // namespace quarry::plugin
 
 #endif

@@ -6,7 +6,8 @@
 
 #include "PluginText.h"
 
-namespace quarrydemo {
+namespace quarry::plugin {
+
 
 std::string DomainComponents(const std::string& domain) {
   std::istringstream labels(domain);
@@ -49,4 +50,4 @@ std::string ShortHostName() {
   return host.substr(0, host.find('.'));
 }
 
-}  // namespace quarrydemo
+}  // namespace quarry::plugin

@@ -1,0 +1,225 @@
+#include "ChildProcess.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstring>
+
+extern char** environ;
+
+namespace quarryadcli {
+namespace {
+
+// Both ends of a pipe, closed on destruction.
+class Pipe {
+ public:
+  Pipe() {
+    if (pipe2(ends_, O_CLOEXEC) != 0) ends_[0] = ends_[1] = -1;
+  }
+  ~Pipe() {
+    CloseRead();
+    CloseWrite();
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  bool valid() const { return ends_[0] >= 0; }
+  int read() const { return ends_[0]; }
+  int write() const { return ends_[1]; }
+  void CloseRead() { Close(ends_[0]); }
+  void CloseWrite() { Close(ends_[1]); }
+
+ private:
+  static void Close(int& end) {
+    if (end >= 0) ::close(end);
+    end = -1;
+  }
+  int ends_[2];
+};
+
+// posix_spawn's attribute and file-action objects, destroyed on scope exit.
+struct SpawnSetup {
+  posix_spawnattr_t attributes;
+  posix_spawn_file_actions_t actions;
+  SpawnSetup() {
+    posix_spawnattr_init(&attributes);
+    posix_spawn_file_actions_init(&actions);
+  }
+  ~SpawnSetup() {
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+  }
+};
+
+// SIGPIPE blocked on this thread while we write to a child that may have
+// exited; a SIGPIPE raised meanwhile is consumed, not delivered to the host
+// process.
+class SigpipeGuard {
+ public:
+  SigpipeGuard() {
+    sigemptyset(&pipeSignal_);
+    sigaddset(&pipeSignal_, SIGPIPE);
+    sigset_t pending;
+    sigpending(&pending);
+    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &pipeSignal_, &previous_);
+  }
+  ~SigpipeGuard() {
+    if (!wasPending_) {
+      const timespec zero = {0, 0};
+      while (sigtimedwait(&pipeSignal_, nullptr, &zero) == SIGPIPE) {
+      }
+    }
+    pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+  }
+
+ private:
+  sigset_t pipeSignal_;
+  sigset_t previous_;
+  bool wasPending_ = false;
+};
+
+long long NowMilliseconds() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+std::vector<std::string> ChildEnvironment() {
+  std::vector<std::string> entries;
+  for (char** entry = environ; entry != nullptr && *entry != nullptr;
+       ++entry) {
+    if (std::strncmp(*entry, "LC_ALL=", 7) != 0 &&
+        std::strncmp(*entry, "LANGUAGE=", 9) != 0) {
+      entries.emplace_back(*entry);
+    }
+  }
+  entries.emplace_back("LC_ALL=C");
+  return entries;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (auto& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// Moves data between the child's three pipes until both outputs are closed
+// or the deadline passes. Returns false at the deadline.
+bool Exchange(Pipe& in, Pipe& out, Pipe& err, const std::string& input,
+              ChildResult& result, long long deadline) {
+  SigpipeGuard guard;
+  std::size_t written = 0;
+  if (input.empty()) in.CloseWrite();
+  char buffer[4096];
+  while (out.read() >= 0 || err.read() >= 0) {
+    pollfd descriptors[3] = {{out.read(), POLLIN, 0},
+                             {err.read(), POLLIN, 0},
+                             {in.write(), POLLOUT, 0}};
+    const long long left = deadline - NowMilliseconds();
+    if (left <= 0) return false;
+    const int ready = poll(descriptors, 3, static_cast<int>(left));
+    if (ready < 0 && errno != EINTR) return false;
+    if (ready <= 0) continue;
+    if (descriptors[2].revents != 0) {
+      const ssize_t count = ::write(in.write(), input.data() + written,
+                                    input.size() - written);
+      if (count > 0) written += static_cast<std::size_t>(count);
+      if (count < 0 && errno != EINTR && errno != EAGAIN) written = input.size();
+      if (written == input.size()) in.CloseWrite();
+    }
+    Pipe* sources[2] = {&out, &err};
+    std::string* sinks[2] = {&result.output, &result.errors};
+    for (int i = 0; i < 2; ++i) {
+      if (descriptors[i].revents == 0) continue;
+      const ssize_t count = ::read(sources[i]->read(), buffer, sizeof buffer);
+      if (count > 0) {
+        sinks[i]->append(buffer, static_cast<std::size_t>(count));
+      } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
+        sources[i]->CloseRead();
+      }
+    }
+  }
+  return true;
+}
+
+int WaitForExit(pid_t child, long long deadline, bool& timedOut) {
+  int status = 0;
+  for (;;) {
+    const pid_t done = waitpid(child, &status, WNOHANG);
+    if (done == child) break;
+    if (done < 0 && errno != EINTR) return -1;
+    if (!timedOut && NowMilliseconds() >= deadline) {
+      timedOut = true;
+      kill(-child, SIGKILL);
+      kill(child, SIGKILL);
+    }
+    const timespec pause = {0, 10 * 1000 * 1000};
+    nanosleep(&pause, nullptr);
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace
+
+ChildResult RunChild(const std::string& program,
+                     const std::vector<std::string>& arguments,
+                     const std::string& input, int timeoutSeconds) {
+  ChildResult result;
+  Pipe in, out, err;
+  if (!in.valid() || !out.valid() || !err.valid()) {
+    result.startError = errno;
+    return result;
+  }
+  SpawnSetup setup;
+  posix_spawn_file_actions_adddup2(&setup.actions, in.read(), 0);
+  posix_spawn_file_actions_adddup2(&setup.actions, out.write(), 1);
+  posix_spawn_file_actions_adddup2(&setup.actions, err.write(), 2);
+  posix_spawnattr_setpgroup(&setup.attributes, 0);
+  // The child starts with default signal handling, whatever the host set.
+  sigset_t all;
+  sigfillset(&all);
+  sigset_t none;
+  sigemptyset(&none);
+  posix_spawnattr_setsigdefault(&setup.attributes, &all);
+  posix_spawnattr_setsigmask(&setup.attributes, &none);
+  posix_spawnattr_setflags(&setup.attributes,
+                           POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF |
+                               POSIX_SPAWN_SETSIGMASK);
+
+  std::vector<std::string> argv = {program};
+  argv.insert(argv.end(), arguments.begin(), arguments.end());
+  std::vector<std::string> environment = ChildEnvironment();
+  std::vector<char*> argvPointers = Pointers(argv);
+  std::vector<char*> environmentPointers = Pointers(environment);
+  pid_t child = -1;
+  const int spawnError =
+      posix_spawn(&child, program.c_str(), &setup.actions, &setup.attributes,
+                  argvPointers.data(), environmentPointers.data());
+  if (spawnError != 0) {
+    result.startError = spawnError;
+    return result;
+  }
+  result.started = true;
+  in.CloseRead();
+  out.CloseWrite();
+  err.CloseWrite();
+
+  const long long deadline =
+      NowMilliseconds() + static_cast<long long>(timeoutSeconds) * 1000;
+  if (!Exchange(in, out, err, input, result, deadline)) {
+    result.timedOut = true;
+    kill(-child, SIGKILL);
+    kill(child, SIGKILL);
+  }
+  result.exitStatus = WaitForExit(child, deadline, result.timedOut);
+  return result;
+}
+
+}  // namespace quarryadcli
