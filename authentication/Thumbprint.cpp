@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "authentication/Exception.h"
+#include "common/ThumbprintText.h"
 
 namespace quarry {
 namespace authentication {
@@ -33,18 +34,6 @@ using X509Pointer = std::unique_ptr<X509, X509Free>;
 
 }  // namespace
 
-std::string FormatThumbprint(const unsigned char* digest, unsigned int length) {
-  static const char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  text.reserve(length * 3);
-  for (unsigned int i = 0; i < length; ++i) {
-    if (i > 0) text += ':';
-    text += kDigits[digest[i] >> 4];
-    text += kDigits[digest[i] & 0x0f];
-  }
-  return text;
-}
-
 std::string ComputeThumbprint(const std::string& pem) {
   BioPointer bio(BIO_new(BIO_s_mem()));
   if (!bio || BIO_puts(bio.get(), pem.c_str()) < 0) ThrowInvalidCertificate();
@@ -56,7 +45,7 @@ std::string ComputeThumbprint(const std::string& pem) {
   if (X509_digest(certificate.get(), EVP_sha1(), digest, &length) != 1) {
     ThrowInvalidCertificate();
   }
-  return FormatThumbprint(digest, length);
+  return common::FormatThumbprint(digest, length);
 }
 
 }  // namespace authentication

@@ -12,9 +12,6 @@ namespace authentication {
 // InvalidCertificateException when no certificate can be read or digested.
 std::string ComputeThumbprint(const std::string& pem);
 
-// Formats digest bytes the way thumbprints are written.
-std::string FormatThumbprint(const unsigned char* digest, unsigned int length);
-
 }  // namespace authentication
 }  // namespace quarry
 

@@ -1,0 +1,24 @@
+// The plug-in's own settings, /etc/quarry/quarrycam.conf (optional):
+//   port = "443"                     the proxy's HTTPS port
+//   connect-timeout-seconds = "5"    for the TCP connection
+//   reply-timeout-seconds = "40"     for the TLS handshake, the request and
+//                                    the whole answer (the proxy bounds its
+//                                    own directory work at 30 seconds)
+#ifndef QUARRYCAM_CAMSETTINGS_H
+#define QUARRYCAM_CAMSETTINGS_H
+
+namespace quarrycam {
+
+struct CamSettings {
+  int port = 443;
+  int connectTimeoutSeconds = 5;
+  int replyTimeoutSeconds = 40;
+};
+
+// False when the file exists but cannot be read or holds a value that is
+// not usable; a missing file gives the defaults.
+bool LoadCamSettings(CamSettings& settings);
+
+}  // namespace quarrycam
+
+#endif

@@ -1,0 +1,84 @@
+#include "services/authproxyd/ProxyRequests.h"
+
+#include <syslog.h>
+
+#include <nlohmann/json.hpp>
+
+#include "services/authproxyd/HostNameRules.h"
+#include "services/authproxyd/OneTimePassword.h"
+
+namespace quarry::authproxyd {
+
+namespace {
+
+using nlohmann::json;
+
+Answer DirectoryFailure(const std::string& client, const std::string& asked,
+                        const DirectoryError& error) {
+  syslog(LOG_ERR, "%s for %s failed: %s", asked.c_str(), client.c_str(),
+         error.what());
+  return ErrorAnswer(error.TimedOut() ? 504 : 502, error.what());
+}
+
+// The string member key of request, or empty when absent; false when the
+// member is there but not a string.
+bool StringMember(const json& request, const char* key, std::string& value) {
+  const auto found = request.find(key);
+  if (found == request.end() || found->is_null()) return true;
+  if (!found->is_string()) return false;
+  value = found->get<std::string>();
+  return true;
+}
+
+}  // namespace
+
+Answer ErrorAnswer(int status, const std::string& text) {
+  return Answer{status, json{{"error", text}}.dump()};
+}
+
+Answer ProxyRequests::DomainInfo(const std::string& client) {
+  try {
+    const DomainIdentity identity = directory_.Domain();
+    syslog(LOG_INFO, "told %s the domain %s", client.c_str(),
+           identity.dnsName.c_str());
+    return Answer{200, json{{"netbiosName", identity.netbiosName},
+                            {"dnsName", identity.dnsName},
+                            {"sid", identity.sid}}
+                           .dump()};
+  } catch (const DirectoryError& error) {
+    return DirectoryFailure(client, "domain information", error);
+  }
+}
+
+Answer ProxyRequests::CreateComputer(const std::string& client,
+                                     const std::string& body) {
+  const json request = json::parse(body, nullptr, false);
+  std::string hostName;
+  std::string container;
+  if (!request.is_object() || !StringMember(request, "hostName", hostName) ||
+      !StringMember(request, "container", container)) {
+    return ErrorAnswer(400, "the request is not a JSON object with string "
+                            "members hostName and container");
+  }
+  if (!IsValidHostName(hostName)) {
+    syslog(LOG_WARNING, "refused %s a computer account: invalid host name",
+           client.c_str());
+    return ErrorAnswer(400, "\"" + hostName +
+                                "\" is not a fully qualified host name");
+  }
+  if (!container.empty() && !IsPlausibleContainer(container)) {
+    return ErrorAnswer(400, "\"" + container + "\" is not a distinguished name");
+  }
+  try {
+    const std::string password = MakeOneTimePassword();
+    const std::string dn =
+        directory_.CreateComputer(hostName, container, password);
+    syslog(LOG_NOTICE, "created computer account %s for %s", dn.c_str(),
+           client.c_str());
+    return Answer{200, json{{"dn", dn}, {"oneTimePassword", password}}.dump()};
+  } catch (const DirectoryError& error) {
+    return DirectoryFailure(client, "computer account " + hostName, error);
+  }
+}
+
+}  // namespace quarry::authproxyd

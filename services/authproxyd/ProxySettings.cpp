@@ -1,0 +1,146 @@
+#include "services/authproxyd/ProxySettings.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "common/KeyValueFormat.h"
+#include "services/authproxyd/HostNameRules.h"
+
+namespace quarry::authproxyd {
+
+const char kDefaultSettingsPath[] = "/etc/quarry/authproxyd.conf";
+
+namespace {
+
+using Pairs = std::map<std::string, std::string>;
+
+const std::set<std::string> kKnownKeys = {
+    "listen-address", "port",         "certificate-file", "key-file",
+    "domain",         "domain-controller", "service-user", "password-file",
+    "allowed-networks", "default-container", "adcli-timeout-seconds"};
+
+class Reader {
+ public:
+  Reader(const std::string& path, Pairs pairs)
+      : path_(path), pairs_(std::move(pairs)) {}
+
+  [[noreturn]] void Fail(const std::string& fault) const {
+    throw SettingsError(path_ + ": " + fault);
+  }
+
+  std::string Optional(const std::string& key,
+                       const std::string& fallback) const {
+    const auto found = pairs_.find(key);
+    return found == pairs_.end() ? fallback : found->second;
+  }
+
+  std::string Required(const std::string& key) const {
+    const std::string value = Optional(key, std::string());
+    if (value.empty()) Fail("\"" + key + "\" is not set");
+    return value;
+  }
+
+  int Number(const std::string& key, int fallback, int lowest,
+             int highest) const {
+    const std::string text = Optional(key, std::to_string(fallback));
+    const bool digits = !text.empty() && text.size() <= 9 &&
+                        text.find_first_not_of("0123456789") == std::string::npos;
+    const int value = digits ? std::stoi(text) : -1;
+    if (value < lowest || value > highest) {
+      Fail(key + " \"" + text + "\" is not a number from " +
+           std::to_string(lowest) + " to " + std::to_string(highest));
+    }
+    return value;
+  }
+
+  void RejectUnknownKeys() const {
+    for (const auto& pair : pairs_) {
+      if (kKnownKeys.count(pair.first) == 0) {
+        Fail("unknown key \"" + pair.first + "\"");
+      }
+    }
+  }
+
+ private:
+  std::string path_;
+  Pairs pairs_;
+};
+
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream in(text);
+  std::vector<std::string> words;
+  std::string word;
+  while (in >> word) words.push_back(word);
+  return words;
+}
+
+Pairs ReadPairs(const std::string& path) {
+  std::ifstream in(path);
+  if (!in) {
+    throw SettingsError("cannot read " + path + ": " + std::strerror(errno));
+  }
+  Pairs pairs;
+  int failedLine = 0;
+  const common::KeyValueError error =
+      common::ReadKeyValueStream(in, pairs, failedLine);
+  if (error != common::KeyValueError::None) {
+    throw SettingsError(path + ": " +
+                        common::KeyValueErrorMessage(error, failedLine));
+  }
+  return pairs;
+}
+
+}  // namespace
+
+ProxySettings ReadProxySettings(const std::string& path) {
+  const Reader reader(path, ReadPairs(path));
+  reader.RejectUnknownKeys();
+  ProxySettings settings;
+  settings.listenAddress = reader.Optional("listen-address", "0.0.0.0");
+  if (!ParseIpv4Address(settings.listenAddress) ||
+      settings.listenAddress.find(':') != std::string::npos) {
+    reader.Fail("listen-address \"" + settings.listenAddress +
+                "\" is not an IPv4 address");
+  }
+  settings.port = reader.Number("port", 443, 1, 65535);
+  settings.certificateFile = reader.Required("certificate-file");
+  settings.keyFile = reader.Required("key-file");
+  settings.domain = reader.Required("domain");
+  if (!IsValidDomainName(settings.domain)) {
+    reader.Fail("domain \"" + settings.domain + "\" is not a DNS domain name");
+  }
+  settings.domainController = reader.Optional("domain-controller", "");
+  if (!settings.domainController.empty() &&
+      !IsValidDomainName(settings.domainController)) {
+    reader.Fail("domain-controller \"" + settings.domainController +
+                "\" is not a host name or IPv4 address");
+  }
+  settings.serviceUser = reader.Required("service-user");
+  settings.passwordFile = reader.Required("password-file");
+  for (const std::string& word : Words(reader.Required("allowed-networks"))) {
+    const std::optional<Ipv4Network> network = Ipv4Network::Parse(word);
+    if (!network) {
+      reader.Fail("allowed-networks: \"" + word +
+                  "\" is not an IPv4 address or network");
+    }
+    settings.allowedNetworks.push_back(*network);
+  }
+  if (settings.allowedNetworks.empty()) {
+    reader.Fail("\"allowed-networks\" is not set");
+  }
+  settings.defaultContainer = reader.Optional("default-container", "");
+  if (!settings.defaultContainer.empty() &&
+      !IsPlausibleContainer(settings.defaultContainer)) {
+    reader.Fail("default-container \"" + settings.defaultContainer +
+                "\" is not a distinguished name");
+  }
+  settings.adcliTimeoutSeconds =
+      reader.Number("adcli-timeout-seconds", 30, 1, 600);
+  return settings;
+}
+
+}  // namespace quarry::authproxyd

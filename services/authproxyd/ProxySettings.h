@@ -1,0 +1,55 @@
+// The proxy's configuration file, /etc/quarry/authproxyd.conf by default, in
+// the key = "value" format of the host's other configuration files:
+//
+//   listen-address = "0.0.0.0"          optional, IPv4
+//   port = "443"                        optional
+//   certificate-file = "/etc/quarry/authproxyd.pem"
+//   key-file = "/etc/quarry/authproxyd.key"
+//   domain = "ad.example.com"           the domain's DNS name
+//   domain-controller = "dc1.ad.example.com"   optional; else discovered
+//   service-user = "quarry-proxy"       the account that creates computers
+//   password-file = "/etc/quarry/authproxyd.secret"  root-only, its password
+//   allowed-networks = "192.0.2.0/24 198.51.100.7"   who may ask
+//   default-container = "OU=Hosts,DC=ad,DC=example,DC=com"  optional; else
+//                                       the domain's computers container
+//   adcli-timeout-seconds = "30"        optional; bounds one request's adcli
+//                                       runs together
+#ifndef QUARRY_AUTHPROXYD_PROXYSETTINGS_H
+#define QUARRY_AUTHPROXYD_PROXYSETTINGS_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "services/authproxyd/Ipv4Network.h"
+
+namespace quarry::authproxyd {
+
+extern const char kDefaultSettingsPath[];
+
+struct ProxySettings {
+  std::string listenAddress = "0.0.0.0";
+  int port = 443;
+  std::string certificateFile;
+  std::string keyFile;
+  std::string domain;
+  std::string domainController;
+  std::string serviceUser;
+  std::string passwordFile;
+  std::vector<Ipv4Network> allowedNetworks;
+  std::string defaultContainer;
+  int adcliTimeoutSeconds = 30;
+};
+
+// A configuration that cannot be used; what() names the file and the fault.
+class SettingsError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Reads and checks the whole file; throws SettingsError.
+ProxySettings ReadProxySettings(const std::string& path);
+
+}  // namespace quarry::authproxyd
+
+#endif

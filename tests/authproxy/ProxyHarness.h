@@ -1,0 +1,80 @@
+// Running quarry-authproxyd and calling the quarrycam plug-in in tests:
+// certificates made with openssl, daemons stopped by PID, and the plug-in's
+// table called directly.
+#ifndef QUARRYAUTH_TESTS_AUTHPROXY_PROXYHARNESS_H
+#define QUARRYAUTH_TESTS_AUTHPROXY_PROXYHARNESS_H
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <quarryauth/plugin/CAMProxyClient.h>
+#include <string>
+#include <vector>
+
+namespace authproxy_test {
+
+// A self-signed certificate /etc/quarry/<name>.pem with key <name>.key.
+void MakeCertificate(const std::string& name);
+// Its SHA-1 thumbprint as openssl prints it (upper-case pairs and ':').
+std::string OpensslThumbprint(const std::string& pemPath);
+
+// A background process whose standard input is /dev/null and whose output
+// goes to logPath; stopped (SIGTERM, then SIGKILL) when destroyed.
+class Daemon {
+ public:
+  Daemon(const std::vector<std::string>& arguments, const std::string& logPath,
+         const std::string& path = std::string());
+  ~Daemon();
+  Daemon(const Daemon&) = delete;
+  Daemon& operator=(const Daemon&) = delete;
+
+  // Stops the process; its exit status, or -1 when it was killed.
+  int Stop();
+  // Waits for the process to end by itself; -1 when it has not after
+  // limit.
+  int WaitForExit(std::chrono::seconds limit);
+
+ private:
+  pid_t pid_;
+  int status_ = -1;
+};
+
+// True once something accepts TCP connections there.
+bool WaitForPort(const std::string& address, int port,
+                 std::chrono::seconds limit);
+
+// The quarrycam plug-in, loaded from its build output.
+class CamPlugin {
+ public:
+  CamPlugin();
+  ~CamPlugin();
+  CamPlugin(const CamPlugin&) = delete;
+  CamPlugin& operator=(const CamPlugin&) = delete;
+
+  struct Domain {
+    CAMProxyResult result;
+    std::string netbiosName, dnsName, sid;
+    bool stringsReturned;  // any out string set
+  };
+  struct Account {
+    CAMProxyResult result;
+    std::string dn, oneTimePassword;
+    bool stringsReturned;
+  };
+
+  Domain GetDomainInfo(const std::string& server, bool verify,
+                       const std::string& thumbprint) const;
+  // An empty container is passed as a null pointer.
+  Account CreateMachineAccount(const std::string& server,
+                               const std::string& account,
+                               const std::string& container, bool verify,
+                               const std::string& thumbprint) const;
+
+ private:
+  void* handle_;
+  const CAMProxyClientOperationTable* table_;
+};
+
+}  // namespace authproxy_test
+
+#endif

@@ -1,0 +1,282 @@
+// quarry-authproxyd over HTTPS with a stand-in adcli, asked through the
+// quarrycam plug-in and with curl.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "authproxy/ProxyHarness.h"
+#include "support/Files.h"
+
+namespace authproxy_test {
+namespace {
+
+using quarry_test::Exists;
+using quarry_test::ReadFile;
+using quarry_test::Shell;
+using quarry_test::WriteFile;
+
+const char kSettings[] = "/etc/quarry/authproxyd.conf";
+const char kLog[] = "/var/lib/authproxyd.log";
+const char kRecords[] = "/var/lib/fake-adcli";
+const char kServicePassword[] = "Proxy-Secret-1";
+const char kServer[] = "127.0.0.1";
+
+const std::string kBaseSettings =
+    "listen-address = \"127.0.0.1\"\n"
+    "certificate-file = \"/etc/quarry/authproxyd.pem\"\n"
+    "key-file = \"/etc/quarry/authproxyd.key\"\n"
+    "domain = \"ad.test\"\n"
+    "service-user = \"svc-proxy\"\n"
+    "password-file = \"/etc/quarry/authproxyd.secret\"\n";
+
+class ProxyServiceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    MakeCertificate("authproxyd");
+    thumbprint_ = OpensslThumbprint("/etc/quarry/authproxyd.pem");
+    WriteFile("/etc/quarry/authproxyd.secret",
+              std::string(kServicePassword) + "\n");
+    ::chmod("/etc/quarry/authproxyd.secret", 0600);
+    Shell("mkdir -p /var/lib/fake-adcli /var/lib/fake-adcli-bin && cp " FAKE_ADCLI
+          " /var/lib/fake-adcli-bin/adcli");
+  }
+
+  void Configure(const std::string& extra,
+                 const std::string& networks = "127.0.0.0/8") {
+    WriteFile(kSettings, kBaseSettings + "allowed-networks = \"" + networks +
+                             "\"\n" + extra);
+  }
+
+  void StartProxy() {
+    proxy_.reset(new Daemon({AUTHPROXYD, "-c", kSettings, "--foreground"},
+                            kLog,
+                            std::string("/var/lib/fake-adcli-bin:") +
+                                std::getenv("PATH")));
+    ASSERT_TRUE(WaitForPort(kServer, 443, std::chrono::seconds(10)))
+        << ReadFile(kLog);
+  }
+
+  static std::string Call(int number, const char* what) {
+    return ReadFile(std::string(kRecords) + "/call-" + std::to_string(number) +
+                    "." + what);
+  }
+  static bool Called(int number) {
+    return Exists(std::string(kRecords) + "/call-" + std::to_string(number) +
+                  ".args");
+  }
+
+  // curl's status code and the body it received.
+  static std::pair<std::string, std::string> Curl(const std::string& options) {
+    Shell("curl -sk --max-time 20 -o /tmp/curl.body -w '%{http_code}' " +
+          options + " > /tmp/curl.code");
+    return {ReadFile("/tmp/curl.code"), ReadFile("/tmp/curl.body")};
+  }
+
+  std::string thumbprint_;
+  CamPlugin plugin_;
+  std::unique_ptr<Daemon> proxy_;
+};
+
+TEST_F(ProxyServiceTest, AnswersTheDomainWithAVerifiedCertificate) {
+  Configure("");
+  StartProxy();
+  const CamPlugin::Domain domain = plugin_.GetDomainInfo(kServer, true, thumbprint_);
+  EXPECT_EQ(domain.result, CAM_PROXY_SUCCESS);
+  EXPECT_EQ(domain.netbiosName, "AD");
+  EXPECT_EQ(domain.dnsName, "ad.test");
+  EXPECT_EQ(domain.sid, "S-1-5-21-1111-2222-3333");
+  EXPECT_EQ(Call(1, "args"),
+            "show-computer\n--domain=ad.test\n--login-user=svc-proxy\n"
+            "--stdin-password\n--verbose\n");
+  EXPECT_EQ(Call(1, "stdin"), "Proxy-Secret-1\n");
+  // Learnt once: the next answer costs no adcli run.
+  EXPECT_EQ(plugin_.GetDomainInfo(kServer, true, thumbprint_).sid,
+            "S-1-5-21-1111-2222-3333");
+  EXPECT_FALSE(Called(2));
+  EXPECT_EQ(Curl("https://127.0.0.1/api/v1/domain"),
+            std::make_pair(std::string("200"),
+                           std::string("{\"dnsName\":\"ad.test\",\"netbiosName\":"
+                                       "\"AD\",\"sid\":\"S-1-5-21-1111-2222-3333\"}")));
+  EXPECT_EQ(proxy_->Stop(), 0) << ReadFile(kLog);
+}
+
+TEST_F(ProxyServiceTest, CreatesAnAccountWithAFreshOneTimePassword) {
+  Configure("domain-controller = \"dc1.ad.test\"\n");
+  StartProxy();
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "node1.ad.test", "", true, thumbprint_);
+  ASSERT_EQ(account.result, CAM_PROXY_SUCCESS) << ReadFile(kLog);
+  EXPECT_EQ(account.dn, "CN=NODE1,CN=Computers,DC=ad,DC=test");
+  EXPECT_EQ(account.oneTimePassword.size(), 24u);
+  EXPECT_EQ(Call(1, "args"),
+            "preset-computer\n--domain=ad.test\n"
+            "--domain-controller=dc1.ad.test\n--login-user=svc-proxy\n"
+            "--stdin-password\n--verbose\n--one-time-password=" +
+                account.oneTimePassword + "\nnode1.ad.test\n");
+  EXPECT_EQ(Call(1, "stdin"), "Proxy-Secret-1\n");
+
+  const CamPlugin::Account again = plugin_.CreateMachineAccount(
+      kServer, "node2.ad.test", "OU=Servers,DC=ad,DC=test", true, thumbprint_);
+  ASSERT_EQ(again.result, CAM_PROXY_SUCCESS);
+  EXPECT_EQ(again.dn, "CN=NODE2,OU=Servers,DC=ad,DC=test");
+  EXPECT_NE(again.oneTimePassword, account.oneTimePassword);
+  EXPECT_NE(Call(2, "args").find("\n--domain-ou=OU=Servers,DC=ad,DC=test\n"),
+            std::string::npos)
+      << Call(2, "args");
+  EXPECT_EQ(proxy_->Stop(), 0);
+  const std::string log = ReadFile(kLog);
+  EXPECT_NE(log.find("created computer account CN=NODE1,CN=Computers,DC=ad,"
+                     "DC=test for 127.0.0.1"),
+            std::string::npos)
+      << log;
+  EXPECT_EQ(log.find(account.oneTimePassword), std::string::npos);
+  EXPECT_EQ(log.find(again.oneTimePassword), std::string::npos);
+  EXPECT_EQ(log.find(kServicePassword), std::string::npos);
+}
+
+TEST_F(ProxyServiceTest, ResetsAnExistingAccountInItsContainer) {
+  Configure("default-container = \"OU=Hosts,DC=ad,DC=test\"\n");
+  WriteFile(std::string(kRecords) + "/mode", "exists");
+  StartProxy();
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "node1.ad.test", "", false, "");
+  ASSERT_EQ(account.result, CAM_PROXY_SUCCESS) << ReadFile(kLog);
+  EXPECT_EQ(account.dn, "CN=NODE1,OU=Old,DC=ad,DC=test");
+  EXPECT_NE(Call(1, "args").find("\n--domain-ou=OU=Hosts,DC=ad,DC=test\n"),
+            std::string::npos);
+  EXPECT_EQ(Call(2, "args"),
+            "delete-computer\n--domain=ad.test\n--login-user=svc-proxy\n"
+            "--stdin-password\n--verbose\nnode1.ad.test\n");
+  EXPECT_NE(Call(3, "args").find("\n--domain-ou=OU=Old,DC=ad,DC=test\n"
+                                 "--one-time-password=" +
+                                 account.oneTimePassword + "\n"),
+            std::string::npos)
+      << Call(3, "args");
+}
+
+TEST_F(ProxyServiceTest, RefusesClientsOutsideTheAllowedNetworks) {
+  Configure("", "192.0.2.0/24 198.51.100.7");
+  StartProxy();
+  const CamPlugin::Domain domain = plugin_.GetDomainInfo(kServer, true, thumbprint_);
+  EXPECT_EQ(domain.result, 5u);
+  EXPECT_FALSE(domain.stringsReturned);
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "node1.ad.test", "", true, thumbprint_);
+  EXPECT_EQ(account.result, 5u);
+  EXPECT_FALSE(account.stringsReturned);
+  EXPECT_EQ(Curl("https://127.0.0.1/api/v1/domain"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"this address may not use "
+                                       "the proxy\"}")));
+  EXPECT_FALSE(Called(1));
+  EXPECT_EQ(proxy_->Stop(), 0);
+  EXPECT_NE(ReadFile(kLog).find("refused 127.0.0.1: not in allowed-networks"),
+            std::string::npos);
+}
+
+TEST_F(ProxyServiceTest, RefusesNamesThatAreNotHostNames) {
+  Configure("");
+  StartProxy();
+  for (const char* name : {"node1", "-x.ad.test", "node_1.ad.test",
+                           "averyveryverylongname.ad.test"}) {
+    const CamPlugin::Account account =
+        plugin_.CreateMachineAccount(kServer, name, "", true, thumbprint_);
+    EXPECT_EQ(account.result, 87u) << name;
+    EXPECT_FALSE(account.stringsReturned);
+  }
+  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "node1.ad.test", "Servers",
+                                         true, thumbprint_)
+                .result,
+            87u);
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"--help\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("400"),
+                           std::string("{\"error\":\"\\\"--help\\\" is not a "
+                                       "fully qualified host name\"}")));
+  EXPECT_EQ(Curl("-X POST -d '[1]' https://127.0.0.1/api/v1/computers").first,
+            "400");
+  EXPECT_EQ(Curl("https://127.0.0.1/api/v2/domain"),
+            std::make_pair(std::string("404"),
+                           std::string("{\"error\":\"no such request\"}")));
+  EXPECT_FALSE(Called(1));
+}
+
+TEST_F(ProxyServiceTest, RefusesACertificateWithAnotherThumbprint) {
+  Configure("");
+  StartProxy();
+  std::string other = thumbprint_;
+  other[0] = other[0] == 'A' ? 'B' : 'A';
+  const CamPlugin::Domain domain = plugin_.GetDomainInfo(kServer, true, other);
+  EXPECT_EQ(domain.result, 0x80090325u);
+  EXPECT_FALSE(domain.stringsReturned);
+  // The thumbprint text is compared as the library writes it.
+  std::string lower = thumbprint_;
+  for (char& c : lower) c = static_cast<char>(std::tolower(c));
+  EXPECT_EQ(plugin_.GetDomainInfo(kServer, true, lower).result, 0x80090325u);
+  EXPECT_EQ(plugin_.GetDomainInfo(kServer, true, "").result, 0x80090325u);
+  const CamPlugin::Account account =
+      plugin_.CreateMachineAccount(kServer, "node1.ad.test", "", true, other);
+  EXPECT_EQ(account.result, 0x80090325u);
+  EXPECT_FALSE(account.stringsReturned);
+  EXPECT_FALSE(Called(1));
+  // Without verification any certificate is accepted.
+  EXPECT_EQ(plugin_.GetDomainInfo(kServer, false, other).dnsName, "ad.test");
+  EXPECT_EQ(thumbprint_.size(), 59u);
+}
+
+TEST_F(ProxyServiceTest, ReportsTheDirectorysRefusalAndSilence) {
+  Configure("adcli-timeout-seconds = \"1\"\n");
+  WriteFile(std::string(kRecords) + "/mode", "refuse");
+  StartProxy();
+  EXPECT_EQ(plugin_.GetDomainInfo(kServer, true, thumbprint_).result, 1359u);
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"node1.ad.test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(
+                std::string("502"),
+                std::string("{\"error\":\"couldn't connect to ad.test domain: "
+                            "Couldn't authenticate as: svc-proxy@AD.TEST: "
+                            "Preauthentication failed\"}")));
+  WriteFile(std::string(kRecords) + "/mode", "hang");
+  const auto started = std::chrono::steady_clock::now();
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "node1.ad.test", "", true, thumbprint_);
+  EXPECT_EQ(account.result, 10060u);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
+  // The stand-in that never finished was killed with its process group.
+  EXPECT_NE(std::system("pgrep -x sleep > /dev/null"), 0);
+}
+
+TEST_F(ProxyServiceTest, RefusesToStartWithUnusableSettings) {
+  Configure("port = \"0\"\n");
+  Daemon badPort({AUTHPROXYD, "-c", kSettings, "--foreground"}, kLog);
+  EXPECT_EQ(badPort.WaitForExit(std::chrono::seconds(10)), 1);
+  EXPECT_EQ(ReadFile(kLog),
+            "quarry-authproxyd: /etc/quarry/authproxyd.conf: port \"0\" is not "
+            "a number from 1 to 65535\n");
+
+  Configure("");
+  ::chmod("/etc/quarry/authproxyd.secret", 0644);
+  Shell(std::string("rm -f ") + kLog);
+  Daemon openPassword({AUTHPROXYD, "-c", kSettings}, kLog);
+  EXPECT_EQ(openPassword.WaitForExit(std::chrono::seconds(10)), 1);
+  EXPECT_EQ(ReadFile(kLog),
+            "quarry-authproxyd: /etc/quarry/authproxyd.secret can be read or "
+            "written by others than its owner; it must have mode 0600 or "
+            "0400\n");
+
+  Shell(std::string("rm -f ") + kLog + " " + kSettings);
+  Daemon missing({AUTHPROXYD, "--foreground"}, kLog);
+  EXPECT_EQ(missing.WaitForExit(std::chrono::seconds(10)), 1);
+  EXPECT_EQ(ReadFile(kLog),
+            "quarry-authproxyd: cannot read /etc/quarry/authproxyd.conf: No "
+            "such file or directory\n");
+
+  Shell(std::string("rm -f ") + kLog);
+  Daemon usage({AUTHPROXYD, "--port", "443"}, kLog);
+  EXPECT_EQ(usage.WaitForExit(std::chrono::seconds(10)), 2);
+  EXPECT_EQ(ReadFile(kLog), "usage: quarry-authproxyd [-c FILE] [--foreground]\n");
+}
+
+}  // namespace
+}  // namespace authproxy_test

@@ -1,0 +1,66 @@
+// What the proxy accepts before it asks the directory anything: client
+// addresses, host names and containers.
+#include <gtest/gtest.h>
+
+#include "services/authproxyd/HostNameRules.h"
+#include "services/authproxyd/Ipv4Network.h"
+
+namespace quarry::authproxyd {
+namespace {
+
+std::vector<Ipv4Network> Networks(std::initializer_list<const char*> texts) {
+  std::vector<Ipv4Network> networks;
+  for (const char* text : texts) networks.push_back(*Ipv4Network::Parse(text));
+  return networks;
+}
+
+TEST(RequestRulesTest, AllowsOnlyClientsInsideTheNetworks) {
+  const auto networks = Networks({"198.51.100.0/24", "192.0.2.7"});
+  EXPECT_TRUE(IsAllowedClient(networks, "198.51.100.1"));
+  EXPECT_TRUE(IsAllowedClient(networks, "198.51.100.255"));
+  EXPECT_TRUE(IsAllowedClient(networks, "::ffff:198.51.100.9"));
+  EXPECT_TRUE(IsAllowedClient(networks, "192.0.2.7"));
+  EXPECT_FALSE(IsAllowedClient(networks, "192.0.2.8"));
+  EXPECT_FALSE(IsAllowedClient(networks, "198.51.101.1"));
+  EXPECT_FALSE(IsAllowedClient(networks, "::1"));
+  EXPECT_FALSE(IsAllowedClient(networks, ""));
+  EXPECT_TRUE(IsAllowedClient(Networks({"0.0.0.0/0"}), "203.0.113.4"));
+  EXPECT_FALSE(IsAllowedClient({}, "127.0.0.1"));
+}
+
+TEST(RequestRulesTest, ParsesNetworksStrictly) {
+  EXPECT_TRUE(Ipv4Network::Parse("10.1.2.3/8")->Contains(0x0A000001));
+  for (const char* bad : {"10.0.0.0/33", "10.0.0.0/", "10.0.0/8", "10.0.0.0/a",
+                          "10.0.0.256", "::1", "::ffff:10.0.0.1", "host", ""}) {
+    EXPECT_FALSE(Ipv4Network::Parse(bad).has_value()) << bad;
+  }
+}
+
+TEST(RequestRulesTest, AcceptsFullyQualifiedHostNamesOnly) {
+  EXPECT_TRUE(IsValidHostName("node1.ad.test"));
+  EXPECT_TRUE(IsValidHostName("esx-01.Lab.Example.com"));
+  EXPECT_TRUE(IsValidHostName("abcdefghijklmno.ad.test"));  // 15 characters
+  for (const char* bad :
+       {"node1", "abcdefghijklmnop.ad.test", "-node1.ad.test", "node1-.ad.test",
+        "node_1.ad.test", "node1..ad.test", ".ad.test", "node1.ad.test.",
+        "node 1.ad.test", "node1.ad.test;reboot", "", "--help.ad.test"}) {
+    EXPECT_FALSE(IsValidHostName(bad)) << bad;
+  }
+  EXPECT_FALSE(IsValidHostName("a." + std::string(64, 'b') + ".test"));
+  std::string long_name = "a";
+  while (long_name.size() < 254) long_name += ".bcdefghij";
+  EXPECT_FALSE(IsValidHostName(long_name));
+}
+
+TEST(RequestRulesTest, AcceptsDistinguishedNamesAsContainers) {
+  EXPECT_TRUE(IsPlausibleContainer("OU=Hosts,DC=ad,DC=test"));
+  EXPECT_FALSE(IsPlausibleContainer("Hosts"));
+  EXPECT_FALSE(IsPlausibleContainer("=Hosts"));
+  EXPECT_FALSE(IsPlausibleContainer("OU="));
+  EXPECT_FALSE(IsPlausibleContainer("OU=Hosts\n,DC=ad"));
+  EXPECT_FALSE(IsPlausibleContainer(""));
+  EXPECT_FALSE(IsPlausibleContainer("OU=" + std::string(1100, 'x')));
+}
+
+}  // namespace
+}  // namespace quarry::authproxyd
