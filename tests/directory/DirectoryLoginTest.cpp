@@ -1,0 +1,134 @@
+// After a join, the directory's users log in on the host: SSSD serves the
+// joined domain, and the plug-in's PAM and NSS modules are put into a PAM
+// service and the name-service switch file with the library's own models
+// (through quarryauthctl).
+#include <sys/stat.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <quarryauth/authentication.h>
+
+#include "directory/DirectoryHost.h"
+#include "support/Files.h"
+
+namespace {
+
+namespace qa = quarry::authentication;
+using quarryauth_directory_test::CommandResult;
+using quarryauth_directory_test::DomainController;
+using quarryauth_directory_test::Quote;
+using quarryauth_directory_test::RunCommand;
+using quarry_test::Shell;
+using quarry_test::WriteFile;
+
+const char kSssdSettings[] =
+    "[sssd]\n"
+    "services = nss, pam\n"
+    "domains = ad.test\n"
+    "\n"
+    "[domain/ad.test]\n"
+    "id_provider = ad\n"
+    "auth_provider = ad\n"
+    "access_provider = permit\n"
+    "ad_domain = ad.test\n"
+    "ad_server = dc1.ad.test\n"
+    "krb5_realm = AD.TEST\n"
+    "ldap_id_mapping = true\n"
+    "use_fully_qualified_names = true\n"
+    "cache_credentials = false\n"
+    "ad_gpo_access_control = disabled\n"
+    "dyndns_update = false\n";
+
+CommandResult Tool(const std::string& arguments) {
+  return RunCommand(Quote(QUARRYAUTHCTL_PATH) + " " + arguments);
+}
+
+std::string Words(const std::list<std::string>& words) {
+  std::string text;
+  for (const auto& word : words) text += " " + Quote(word);
+  return text;
+}
+
+// SSSD needs a moment after its start before it answers for the domain.
+CommandResult LookUpUntilAnswered(const std::string& user) {
+  CommandResult result;
+  const auto deadline =
+      std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  do {
+    result = RunCommand("getent passwd " + Quote(user));
+    if (result.exitStatus == 0) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  } while (std::chrono::steady_clock::now() < deadline);
+  return result;
+}
+
+CommandResult Authenticate(const std::string& user,
+                           const std::string& password) {
+  return RunCommand("printf '%s\\n' " + Quote(password) +
+                    " | pamtester quarry-directory " + Quote(user) +
+                    " authenticate");
+}
+
+TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
+  // SSSD keeps its pid file in /run; this sandbox gets a /run of its own.
+  Shell("mount -t tmpfs quarry-run /run");
+  Shell("mkdir -p /etc/quarry/quarryauth /etc/sssd");
+  DomainController controller;
+  ASSERT_FALSE(::testing::Test::HasFailure());
+  quarryauth_directory_test::PrepareHost();
+  qa::ActiveDirectoryStore store(60);
+  store.MakeActive();
+  Credentials administrator{quarryauth_directory_test::kAdministrator,
+                            quarryauth_directory_test::kAdministratorPassword};
+  store.JoinDomain("ad.test", administrator, false);
+
+  WriteFile("/etc/sssd/sssd.conf", kSssdSettings);
+  ASSERT_EQ(chmod("/etc/sssd/sssd.conf", 0600), 0);
+  Shell("sssd -i --logger=stderr < /dev/null > /var/tmp/sssd.log 2>&1 &");
+
+  // The plug-in names the modules; the library's models place them.
+  const qa::ActiveDirectoryProvider provider("quarryadcli");
+  WriteFile("/etc/pam.d/quarry-directory",
+            "auth\tsufficient\tpam_unix.so\n"
+            "account\trequired\tpam_permit.so\n");
+  const CommandResult pam =
+      Tool("pam add quarry-directory auth required " +
+           Quote(provider.PAMModule()) + Words(provider.PAMModuleParameters()));
+  ASSERT_EQ(pam.exitStatus, 0) << pam.output;
+  // As the library's PAM model writes a service file.
+  EXPECT_EQ(quarry_test::ReadFile("/etc/pam.d/quarry-directory"),
+            "#%PAM-1.0\n\n"
+            "account\trequired\tpam_permit.so\t\n\n"
+            "auth\tsufficient\tpam_unix.so\t\n"
+            "auth\trequired\tpam_sss.so\tuse_first_pass \n\n");
+  for (const char* database : {"passwd", "group"}) {
+    const CommandResult nss = Tool(std::string("nss set ") + database +
+                                   " files " + Quote(provider.NSSModule()));
+    ASSERT_EQ(nss.exitStatus, 0) << nss.output;
+  }
+
+  const CommandResult user = LookUpUntilAnswered("administrator@ad.test");
+  EXPECT_EQ(user.exitStatus, 0)
+      << user.output << quarry_test::ReadFile("/var/tmp/sssd.log");
+  EXPECT_EQ(user.output.rfind("administrator@ad.test:*:", 0), 0u)
+      << user.output;
+
+  const CommandResult right = Authenticate(
+      "administrator@ad.test",
+      quarryauth_directory_test::kAdministratorPassword);
+  EXPECT_EQ(right.exitStatus, 0) << right.output;
+  EXPECT_NE(right.output.find("pamtester: successfully authenticated"),
+            std::string::npos)
+      << right.output;
+  const CommandResult wrong = Authenticate("administrator@ad.test", "not-it");
+  EXPECT_EQ(wrong.exitStatus, 1) << wrong.output;
+  EXPECT_NE(wrong.output.find("pamtester: Authentication failure"),
+            std::string::npos)
+      << wrong.output;
+}
+
+}  // namespace
