@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "AdcliOutput.h"
-#include "ChildProcess.h"
+#include <common/ChildProcess.h>
 
 namespace quarryadcli {
 
@@ -22,7 +22,10 @@ const int kTestJoinSeconds = 30;
 AdcliRun Run(const char* what, const std::vector<std::string>& arguments,
              const std::string& input, int seconds) {
   AdcliRun run;
-  const ChildResult child = RunChild(kAdcliPath, arguments, input, seconds);
+  std::vector<std::string> command = {kAdcliPath};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const quarry::common::ChildResult child =
+      quarry::common::RunChild(command, input, std::chrono::seconds(seconds));
   run.errors = child.errors;
   if (!child.started) {
     syslog(LOG_ERR, "quarryadcli: cannot run %s: %s", kAdcliPath,

@@ -1,7 +1,9 @@
 #include "services/authproxyd/AdcliDirectory.h"
 
-#include "services/authproxyd/ChildProcess.h"
+#include "common/ChildProcess.h"
 #include "services/authproxyd/ServicePassword.h"
+
+#include <cstring>
 
 namespace quarry::authproxyd {
 
@@ -40,7 +42,13 @@ std::string AdcliDirectory::Run(const std::vector<std::string>& arguments,
   } catch (const SettingsError& error) {
     throw DirectoryError(error.what(), false);
   }
-  const ChildResult result = RunChild(arguments, password + "\n", left);
+  const common::ChildResult result = common::RunChild(
+      arguments, password + "\n", left, common::ChildErrors::IntoOutput);
+  if (!result.started) {
+    throw DirectoryError("cannot run " + arguments.front() + ": " +
+                             std::strerror(result.startError),
+                         false);
+  }
   if (result.timedOut) throw DirectoryError("adcli did not finish in time", true);
   if (!identity_) identity_ = LookedUpDomain(result.output, settings_.domain);
   succeeded = result.exitStatus == 0;

@@ -2,11 +2,12 @@
 // limit, and one-time passwords.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <set>
 
+#include "common/ChildProcess.h"
 #include "services/authproxyd/AdcliOutput.h"
-#include "services/authproxyd/ChildProcess.h"
 #include "services/authproxyd/OneTimePassword.h"
 
 namespace quarry::authproxyd {
@@ -55,18 +56,30 @@ TEST(AdcliRunTest, ReadsAnExistingAccountAndWhyAdcliFailed) {
 }
 
 TEST(AdcliRunTest, RunsAProgramWithInputAndCollectsItsOutput) {
-  const ChildResult result =
-      RunChild({"sh", "-c", "read line; echo \"got $line\"; echo oops >&2; exit 3"},
-               "secret\n", std::chrono::seconds(10));
+  const common::ChildResult result = common::RunChild(
+      {"sh", "-c", "read line; echo \"got $line\"; echo oops >&2; exit 3"},
+      "secret\n", std::chrono::seconds(10), common::ChildErrors::IntoOutput);
+  EXPECT_TRUE(result.started);
   EXPECT_FALSE(result.timedOut);
   EXPECT_EQ(result.exitStatus, 3);
   EXPECT_EQ(result.output, "got secret\noops\n");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST(AdcliRunTest, KeepsStandardErrorApartWhenAsked) {
+  const common::ChildResult result = common::RunChild(
+      {"/bin/sh", "-c", "echo out; echo err >&2; echo \"$LC_ALL\""}, "",
+      std::chrono::seconds(10));
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output, "out\nC\n");
+  EXPECT_EQ(result.errors, "err\n");
 }
 
 TEST(AdcliRunTest, KillsAProgramAndItsChildrenAfterTheLimit) {
   const auto started = std::chrono::steady_clock::now();
-  const ChildResult result = RunChild(
-      {"sh", "-c", "sleep 60 & echo started; wait"}, "", std::chrono::milliseconds(300));
+  const common::ChildResult result = common::RunChild(
+      {"sh", "-c", "sleep 60 & echo started; wait"}, "",
+      std::chrono::milliseconds(300));
   const auto took = std::chrono::steady_clock::now() - started;
   EXPECT_TRUE(result.timedOut);
   EXPECT_EQ(result.exitStatus, -1);
@@ -75,10 +88,12 @@ TEST(AdcliRunTest, KillsAProgramAndItsChildrenAfterTheLimit) {
 }
 
 TEST(AdcliRunTest, ReportsAProgramThatIsNotThere) {
-  const ChildResult result =
-      RunChild({"quarry-no-such-program"}, "", std::chrono::seconds(10));
+  const common::ChildResult result = common::RunChild(
+      {"quarry-no-such-program"}, "", std::chrono::seconds(10));
+  EXPECT_FALSE(result.started);
+  EXPECT_EQ(result.startError, ENOENT);
   EXPECT_FALSE(result.timedOut);
-  EXPECT_EQ(result.exitStatus, 127);
+  EXPECT_EQ(result.exitStatus, -1);
 }
 
 TEST(AdcliRunTest, MakesFreshPasswordsOfEveryCharacterClass) {

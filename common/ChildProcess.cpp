@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "common/ChildProcess.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -9,11 +9,12 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 
 extern char** environ;
 
-namespace quarryadcli {
+namespace quarry::common {
 namespace {
 
 // Both ends of a pipe, closed on destruction.
@@ -84,6 +85,9 @@ class SigpipeGuard {
   bool wasPending_ = false;
 };
 
+// Enough for adcli's most verbose run; the rest is read and dropped.
+const std::string::size_type kOutputLimit = 1 << 20;
+
 long long NowMilliseconds() {
   timespec now;
   clock_gettime(CLOCK_MONOTONIC, &now);
@@ -140,7 +144,8 @@ bool Exchange(Pipe& in, Pipe& out, Pipe& err, const std::string& input,
       if (descriptors[i].revents == 0) continue;
       const ssize_t count = ::read(sources[i]->read(), buffer, sizeof buffer);
       if (count > 0) {
-        sinks[i]->append(buffer, static_cast<std::size_t>(count));
+        const std::size_t room = kOutputLimit - std::min(kOutputLimit, sinks[i]->size());
+        sinks[i]->append(buffer, std::min(room, static_cast<std::size_t>(count)));
       } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
         sources[i]->CloseRead();
       }
@@ -168,10 +173,14 @@ int WaitForExit(pid_t child, long long deadline, bool& timedOut) {
 
 }  // namespace
 
-ChildResult RunChild(const std::string& program,
-                     const std::vector<std::string>& arguments,
-                     const std::string& input, int timeoutSeconds) {
+ChildResult RunChild(const std::vector<std::string>& arguments,
+                     const std::string& input, std::chrono::milliseconds limit,
+                     ChildErrors errors) {
   ChildResult result;
+  if (arguments.empty()) {
+    result.startError = EINVAL;
+    return result;
+  }
   Pipe in, out, err;
   if (!in.valid() || !out.valid() || !err.valid()) {
     result.startError = errno;
@@ -180,7 +189,9 @@ ChildResult RunChild(const std::string& program,
   SpawnSetup setup;
   posix_spawn_file_actions_adddup2(&setup.actions, in.read(), 0);
   posix_spawn_file_actions_adddup2(&setup.actions, out.write(), 1);
-  posix_spawn_file_actions_adddup2(&setup.actions, err.write(), 2);
+  posix_spawn_file_actions_adddup2(
+      &setup.actions,
+      errors == ChildErrors::IntoOutput ? out.write() : err.write(), 2);
   posix_spawnattr_setpgroup(&setup.attributes, 0);
   // The child starts with default signal handling, whatever the host set.
   sigset_t all;
@@ -193,15 +204,17 @@ ChildResult RunChild(const std::string& program,
                            POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF |
                                POSIX_SPAWN_SETSIGMASK);
 
-  std::vector<std::string> argv = {program};
-  argv.insert(argv.end(), arguments.begin(), arguments.end());
+  std::vector<std::string> argv = arguments;
   std::vector<std::string> environment = ChildEnvironment();
   std::vector<char*> argvPointers = Pointers(argv);
   std::vector<char*> environmentPointers = Pointers(environment);
   pid_t child = -1;
+  // A bare name is looked up in PATH, as a shell would.
+  const bool searchPath = arguments[0].find('/') == std::string::npos;
   const int spawnError =
-      posix_spawn(&child, program.c_str(), &setup.actions, &setup.attributes,
-                  argvPointers.data(), environmentPointers.data());
+      (searchPath ? posix_spawnp : posix_spawn)(
+          &child, arguments[0].c_str(), &setup.actions, &setup.attributes,
+          argvPointers.data(), environmentPointers.data());
   if (spawnError != 0) {
     result.startError = spawnError;
     return result;
@@ -212,7 +225,7 @@ ChildResult RunChild(const std::string& program,
   err.CloseWrite();
 
   const long long deadline =
-      NowMilliseconds() + static_cast<long long>(timeoutSeconds) * 1000;
+      NowMilliseconds() + static_cast<long long>(limit.count());
   if (!Exchange(in, out, err, input, result, deadline)) {
     result.timedOut = true;
     kill(-child, SIGKILL);
@@ -222,4 +235,4 @@ ChildResult RunChild(const std::string& program,
   return result;
 }
 
-}  // namespace quarryadcli
+}  // namespace quarry::common
