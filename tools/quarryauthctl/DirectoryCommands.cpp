@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ExitStatus.h"
+#include "InputRules.h"
 #include "Output.h"
 #include "StatusCommand.h"
 
@@ -22,6 +23,7 @@ namespace {
 const int kStoreTimeoutSeconds = 60;
 
 int SetDomainControllers(const std::vector<std::string>& names) {
+  for (const auto& name : names) RequireDnsName(name, "domain controller");
   qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
   store.SetPreferredDomainControllers(
       std::deque<std::string>(names.begin(), names.end()));
@@ -50,6 +52,7 @@ int ShowDomainControllers(int timeoutSeconds, bool json) {
 }
 
 int SetSmartCardServices(const std::vector<std::string>& services) {
+  for (const auto& service : services) RequireName(service, "service name");
   const qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
   store.SetSmartCardEnabledServices(services);
   std::cout << "Smart-card services: " << JoinWords(services) << '\n';
@@ -106,6 +109,7 @@ void AddDomainControllers(CLI::App& app, Action& chosen) {
   find->add_option("DOMAIN", *domain, "DNS name of the domain")->required();
   AddJsonFlag(*find, *findJson);
   OnParsed(*find, chosen, [domain, findJson] {
+    RequireDnsName(*domain, "domain");
     const qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
     return PrintAnswer("domainController",
                        store.GetDomainControllerForDomain(*domain), *findJson);
@@ -138,6 +142,7 @@ void AddPrincipal(CLI::App& app, Action& chosen) {
   principal->add_option("DOMAIN", *domain, "The domain")->required();
   AddJsonFlag(*principal, *json);
   OnParsed(*principal, chosen, [domain, json] {
+    RequireDnsName(*domain, "domain");
     const qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
     return PrintAnswer("principal", store.GetHostPrincipalForDomain(*domain),
                        *json);
@@ -152,6 +157,7 @@ void AddUserName(CLI::App& app, Action& chosen) {
   username->add_option("NAME", *name, "The user name")->required();
   AddJsonFlag(*username, *json);
   OnParsed(*username, chosen, [name, json] {
+    RequireUserName(*name);
     const qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
     return PrintAnswer("username", store.ConvertCanonicalUsername(*name),
                        *json);

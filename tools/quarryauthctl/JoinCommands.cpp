@@ -2,14 +2,19 @@
 
 #include <quarryauth/authentication.h>
 
+#include <cerrno>
+#include <cstring>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include "ExitStatus.h"
+#include "InputRules.h"
 #include "JoinProgress.h"
 #include "Output.h"
 #include "Password.h"
+#include "StoreCommands.h"
 
 namespace quarryauthctl {
 
@@ -20,6 +25,19 @@ namespace {
 // Joins and leaves wait for no status query; the time-out is unused.
 const int kStoreTimeoutSeconds = 60;
 
+const char kActiveDirectory[] = "Active Directory";
+
+// A join while another store is active is allowed (the domain can be
+// joined first and the store activated later), but it is rarely meant.
+void WarnUnlessActiveDirectoryIsActive() {
+  const std::string active = RecordedActiveStore();
+  if (active == kActiveDirectory) return;
+  std::cerr << "quarryauthctl: warning: the active store is '"
+            << (active.empty() ? "None" : active)
+            << "', so the domain's users cannot log in after this join until "
+               "'quarryauthctl activate \"Active Directory\"'\n";
+}
+
 struct JoinOptions {
   std::string domain;
   std::string user;
@@ -29,12 +47,15 @@ struct JoinOptions {
 
 int Join(const JoinOptions& options) {
   RefusePasswordOnCommandLine(options.password);
+  RequireJoinTarget(options.domain);
+  RequireUserName(options.user);
   // The plug-in is loaded before the password is asked for, so that a
   // broken installation does not cost the administrator a typing.
   qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
   Secret password;
   ReadPassword(options.password, options.user, password);
   const Credentials credentials{options.user.c_str(), password.c_str()};
+  WarnUnlessActiveDirectoryIsActive();
   {
     JoinProgress progress("Joining " + options.domain);
     store.JoinDomain(options.domain, credentials, options.skipHostnameChecks);
@@ -50,7 +71,11 @@ struct ProxyJoinOptions {
 };
 
 int JoinThroughProxy(const ProxyJoinOptions& options) {
+  if (!options.organizationalUnit.empty()) {
+    RequireOrganizationalUnit(options.organizationalUnit);
+  }
   qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
+  WarnUnlessActiveDirectoryIsActive();
   {
     JoinProgress progress("Joining through the proxy at " + options.server);
     store.JoinDomainWithCAM(options.server, options.organizationalUnit,
@@ -74,8 +99,17 @@ int ShowProxyDomain(const std::string& server, bool json) {
 }
 
 int ImportProxyCertificate(const std::string& path) {
+  // The library's own error for a missing file does not name it.
+  if (!std::ifstream(path)) {
+    throw Failure("cannot read the certificate file '" + path +
+                  "': " + std::strerror(errno));
+  }
   qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
-  store.ImportCertificateForCAM(path, std::string());
+  try {
+    store.ImportCertificateForCAM(path, std::string());
+  } catch (const qa::InvalidCertificateException& error) {
+    throw ModelRefusal("'" + path + "': " + error.what());
+  }
   std::cout << "Imported the proxy certificate; its thumbprint is "
             << qa::ActiveDirectoryConfigStore().GetThumbprint() << ".\n";
   return kSuccess;
@@ -88,6 +122,7 @@ struct LeaveOptions {
 
 int Leave(const LeaveOptions& options) {
   RefusePasswordOnCommandLine(options.password);
+  if (!options.user.empty()) RequireUserName(options.user);
   qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
   if (options.user.empty()) {
     store.PartDomain();

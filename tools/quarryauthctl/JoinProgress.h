@@ -1,10 +1,14 @@
-// A line on the terminal that counts the seconds of a join. The library
-// tells its caller nothing while it retries a failed logon (it sleeps 30
-// seconds between at most four attempts), so the line says only what the
-// clock proves: how long the join has run, and the highest attempt that it
-// can have reached by then.
+// What a join shows while it runs. The library tries a failed logon again,
+// up to four attempts, sleeping 30 seconds after each failure, and tells
+// its caller nothing meanwhile (a proxy join logs its attempts to the
+// system log; a join with an account does not even that). So a watcher
+// looks at the joining thread: a 30-second sleep of that thread is the
+// library waiting to try again. Each failed attempt and each new one gets a
+// line on standard error; on a terminal a line below counts the seconds.
 #ifndef QUARRYAUTHCTL_JOINPROGRESS_H
 #define QUARRYAUTHCTL_JOINPROGRESS_H
+
+#include <sys/types.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -15,25 +19,28 @@ namespace quarryauthctl {
 
 class JoinProgress {
  public:
-  // Starts the line when standard error is a terminal; otherwise does
-  // nothing.
+  // Made on the thread that then joins.
   explicit JoinProgress(const std::string& what);
-  // Stops and erases the line.
   ~JoinProgress();
   JoinProgress(const JoinProgress&) = delete;
   JoinProgress& operator=(const JoinProgress&) = delete;
 
-  // The text shown after elapsedSeconds.
-  static std::string Describe(const std::string& what, long elapsedSeconds);
-
  private:
-  void Show();
+  void Watch();
+  bool JoinerWaitsToRetry() const;
+  void NextAttempt();
+  void Say(const std::string& line);
+  void ShowClock(long seconds);
 
   const std::string what;
+  const pid_t joiner;
+  const bool terminal;
+  int attempt = 1;
+  std::string shownAttempt;  // "attempt N of 4" once a retry has begun
   std::mutex lock;
   std::condition_variable stopped;
   bool done = false;
-  std::thread shower;
+  std::thread watcher;
 };
 
 }  // namespace quarryauthctl
