@@ -42,8 +42,11 @@ TEST_F(DirectoryCommandsTest, ShowsTheCachedControllersAfterATimeout) {
 
 TEST_F(DirectoryCommandsTest, SettingControllersWhenNotJoinedFails) {
   const ToolResult set = RunTool({"dc", "set", "dc1.ad.test"});
-  EXPECT_EQ(set.exitStatus, 3);
+  EXPECT_EQ(set.exitStatus, 5);
   EXPECT_NE(set.err.find("0x00000a84"), std::string::npos) << set.err;
+  EXPECT_NE(set.err.find("this host is not joined to a domain"),
+            std::string::npos)
+      << set.err;
 }
 
 TEST_F(DirectoryCommandsTest, SetsAndShowsSmartCardServices) {

@@ -53,8 +53,14 @@ TEST_F(ProxyCommandsTest, JoinsAfterTheCertificateIsImported) {
       RunTool({"join-proxy", "192.0.2.10", "--ou", "Servers"});
   EXPECT_EQ(withoutCertificate.exitStatus, 3);
   EXPECT_EQ(withoutCertificate.err,
+            "quarryauthctl: warning: the active store is 'None', so the "
+            "domain's users cannot log in after this join until "
+            "'quarryauthctl activate \"Active Directory\"'\n"
             "quarryauthctl: The specified thumbprint store "
-            "'auth_proxy_certificate' is invalid\n");
+            "'auth_proxy_certificate' is invalid\n"
+            "quarryauthctl: no authentication proxy certificate has been "
+            "imported; run 'quarryauthctl import-proxy-cert FILE' with the "
+            "proxy's certificate first\n");
 
   const ToolResult imported = RunTool({"import-proxy-cert", kCertificate});
   EXPECT_EQ(imported.exitStatus, 0) << imported.err;
@@ -91,10 +97,15 @@ TEST_F(ProxyCommandsTest, RefusesABadCertificateFileAndAHostName) {
   const ToolResult bad =
       RunTool({"import-proxy-cert", "/etc/quarry/not-a-certificate"});
   EXPECT_EQ(bad.exitStatus, 3);
-  EXPECT_NE(bad.err.find("only PEM format is supported"), std::string::npos)
-      << bad.err;
+  EXPECT_EQ(bad.err,
+            "quarryauthctl: '/etc/quarry/not-a-certificate': The certificate "
+            "format is invalid; only PEM format is supported.\n");
   const ToolResult missing = RunTool({"import-proxy-cert", "/etc/quarry/none"});
   EXPECT_EQ(missing.exitStatus, 3);
+  EXPECT_EQ(missing.err,
+            "quarryauthctl: cannot read the certificate file "
+            "'/etc/quarry/none': Exception 0x00000002: The system cannot "
+            "find the file specified.\n");
   const ToolResult named = RunTool({"join-proxy", "cam.ad.test"});
   EXPECT_EQ(named.exitStatus, 3);
   EXPECT_NE(named.err.find("IPv4 address 'cam.ad.test' cannot be parsed"),
