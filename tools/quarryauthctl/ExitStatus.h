@@ -35,6 +35,12 @@ class ModelRefusal : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A file that the library refused, named in the message: kLibraryError.
+class FileRefusal : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 }  // namespace quarryauthctl
 
 #endif

@@ -2,9 +2,6 @@
 
 #include <quarryauth/authentication.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -99,16 +96,15 @@ int ShowProxyDomain(const std::string& server, bool json) {
 }
 
 int ImportProxyCertificate(const std::string& path) {
-  // The library's own error for a missing file does not name it.
-  if (!std::ifstream(path)) {
-    throw Failure("cannot read the certificate file '" + path +
-                  "': " + std::strerror(errno));
-  }
   qa::ActiveDirectoryStore store(kStoreTimeoutSeconds);
+  // The library's texts for these do not name the file.
   try {
     store.ImportCertificateForCAM(path, std::string());
+  } catch (const qa::FileNotFoundException& error) {
+    throw FileRefusal("cannot read the certificate file '" + path +
+                      "': " + error.what());
   } catch (const qa::InvalidCertificateException& error) {
-    throw ModelRefusal("'" + path + "': " + error.what());
+    throw FileRefusal("'" + path + "': " + error.what());
   }
   std::cout << "Imported the proxy certificate; its thumbprint is "
             << qa::ActiveDirectoryConfigStore().GetThumbprint() << ".\n";

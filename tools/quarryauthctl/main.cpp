@@ -57,6 +57,8 @@ int Run(const Action& action) {
     return Complain(error.what(), kFailure);
   } catch (const ModelRefusal& error) {
     return Complain(error.what(), kLibraryError);
+  } catch (const FileRefusal& error) {
+    return Complain(error.what(), kLibraryError);
   } catch (const qa::Exception& error) {
     return ComplainOfLibrary(error);
   } catch (const SkarnConfigStore::ConfigStoreException& error) {
