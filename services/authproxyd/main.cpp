@@ -2,7 +2,7 @@
 // the domain for hosts that ask over HTTPS and hands them one-time
 // passwords, so that hosts can join without an administrator's password.
 //
-//   quarry-authproxyd [-c FILE] [--foreground]
+//   quarry-authproxyd [-c FILE] [--foreground] | --help | --version
 //
 // FILE defaults to /etc/quarry/authproxyd.conf (see ProxySettings.h).
 // Without --foreground the service detaches; it logs to syslog, and in the
@@ -11,9 +11,11 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -35,18 +37,25 @@ struct Options {
   bool foreground = false;
 };
 
-bool ParseOptions(int argc, char** argv, Options& options) {
-  for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
-    if (argument == "--foreground") {
-      options.foreground = true;
-    } else if (argument == "-c" && i + 1 < argc) {
-      options.settingsPath = argv[++i];
-    } else {
-      return false;
-    }
+// Fills options from the command line; returns the exit status when the
+// command line asks for no service (help, version) or is wrong.
+std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
+  CLI::App app{
+      "The authentication proxy: creates computer accounts in the domain "
+      "for enrolled hosts that ask over HTTPS, so that they can join "
+      "without an administrator's password.",
+      "quarry-authproxyd"};
+  app.set_version_flag("--version", "quarry-authproxyd " QUARRYAUTH_VERSION);
+  app.add_option("-c,--config", options.settingsPath, "The settings file")
+      ->capture_default_str();
+  app.add_flag("--foreground", options.foreground,
+               "Stay in the foreground and log to standard error as well");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kUsage;
   }
-  return true;
+  return std::nullopt;
 }
 
 // Blocks the stop signals in every thread; one waiter turns them into a
@@ -93,9 +102,8 @@ int Serve(const ProxySettings& settings, bool foreground) {
 
 int main(int argc, char** argv) {
   Options options;
-  if (!ParseOptions(argc, argv, options)) {
-    std::cerr << "usage: quarry-authproxyd [-c FILE] [--foreground]\n";
-    return kUsage;
+  if (const std::optional<int> status = ParseOptions(argc, argv, options)) {
+    return *status;
   }
   ::signal(SIGPIPE, SIG_IGN);
   const sigset_t signals = StopSignals();

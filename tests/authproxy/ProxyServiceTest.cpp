@@ -275,7 +275,28 @@ TEST_F(ProxyServiceTest, RefusesToStartWithUnusableSettings) {
   Shell(std::string("rm -f ") + kLog);
   Daemon usage({AUTHPROXYD, "--port", "443"}, kLog);
   EXPECT_EQ(usage.WaitForExit(std::chrono::seconds(10)), 2);
-  EXPECT_EQ(ReadFile(kLog), "usage: quarry-authproxyd [-c FILE] [--foreground]\n");
+  EXPECT_EQ(ReadFile(kLog),
+            "The following arguments were not expected: 443 --port\n"
+            "Run with --help for more information.\n");
+}
+
+TEST_F(ProxyServiceTest, AnswersHelpAndVersionWithoutStarting) {
+  Shell(std::string("rm -f ") + kLog);
+  Daemon version({AUTHPROXYD, "--version"}, kLog);
+  EXPECT_EQ(version.WaitForExit(std::chrono::seconds(10)), 0);
+  EXPECT_EQ(ReadFile(kLog), "quarry-authproxyd 1.0.0\n");
+
+  Shell(std::string("rm -f ") + kLog);
+  Daemon help({AUTHPROXYD, "--help"}, kLog);
+  EXPECT_EQ(help.WaitForExit(std::chrono::seconds(10)), 0);
+  const std::string text = ReadFile(kLog);
+  EXPECT_EQ(text.rfind("The authentication proxy: creates computer accounts", 0),
+            0u)
+      << text;
+  for (const char* option : {"-c,--config", "--foreground", "--version"}) {
+    EXPECT_NE(text.find(option), std::string::npos) << option << "\n" << text;
+  }
+  EXPECT_NE(text.find("/etc/quarry/authproxyd.conf"), std::string::npos) << text;
 }
 
 }  // namespace
