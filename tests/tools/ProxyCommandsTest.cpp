@@ -89,6 +89,13 @@ TEST_F(ProxyCommandsTest, RefusesAProxyWithAnotherCertificate) {
   EXPECT_NE(refused.err.find("The CAM server's certificate cannot be verified"),
             std::string::npos)
       << refused.err;
+  EXPECT_NE(refused.err.find("quarryauthctl: status 2148074277 "
+                             "(SEC_E_UNTRUSTED_ROOT): the authentication "
+                             "proxy's certificate is not the one imported; "
+                             "import the proxy's current certificate with "
+                             "'quarryauthctl import-proxy-cert FILE'\n"),
+            std::string::npos)
+      << refused.err;
   EXPECT_EQ(RunTool({"status"}).exitStatus, 5);
 }
 

@@ -26,6 +26,9 @@ std::string DescribeStatus(uint64_t code);
 
 // The code that plug-ins report for a host that is not joined.
 constexpr uint64_t kStatusNotJoined = 2692;
+// The proxy plug-in's code for a certificate other than the imported one;
+// the library raises it as a class of its own, without the code.
+constexpr uint64_t kStatusCertificateNotImported = 0x80090325u;
 
 }  // namespace quarryauthctl
 

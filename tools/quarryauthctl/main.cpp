@@ -43,6 +43,9 @@ int ComplainOfLibrary(const qa::Exception& error) {
              "certificate first",
              kLibraryError);
   }
+  if (dynamic_cast<const qa::InvalidCAMCertificateException*>(&error)) {
+    Complain(DescribeStatus(kStatusCertificateNotImported), kLibraryError);
+  }
   return error.GetCode() == kStatusNotJoined ? kNotJoined : kLibraryError;
 }
 
