@@ -30,7 +30,7 @@ int OpenOrDie(const std::string& path, int flags) {
 }
 
 [[noreturn]] void ExecTool(const std::vector<std::string>& arguments) {
-  const std::string program = kPrefix + "/bin/quarryauthctl";
+  const std::string program = kPrefix + "/sbin/quarryauthctl";
   std::vector<char*> argv;
   argv.push_back(const_cast<char*>(program.c_str()));
   for (const auto& argument : arguments) {

@@ -18,7 +18,7 @@ struct ToolResult {
   nlohmann::json Json() const { return nlohmann::json::parse(out); }
 };
 
-// Runs PREFIX/bin/quarryauthctl with arguments, input on standard input.
+// Runs PREFIX/sbin/quarryauthctl with arguments, input on standard input.
 ToolResult RunTool(const std::vector<std::string>& arguments,
                    const std::string& input = std::string());
 

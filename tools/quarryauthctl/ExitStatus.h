@@ -1,4 +1,4 @@
-// The exit statuses of quarryauthctl (documented in quarryauthctl.1) and
+// The exit statuses of quarryauthctl (documented in quarryauthctl.8) and
 // the errors that the commands raise besides the library's own.
 #ifndef QUARRYAUTHCTL_EXITSTATUS_H
 #define QUARRYAUTHCTL_EXITSTATUS_H

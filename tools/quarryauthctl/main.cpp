@@ -1,6 +1,6 @@
 // quarryauthctl: drives and inspects libquarryauth by hand, the way an
 // administrator drives realm, adcli or authselect. Built on the library's
-// public interface alone. Exit statuses: ExitStatus.h and quarryauthctl.1.
+// public interface alone. Exit statuses: ExitStatus.h and quarryauthctl.8.
 #include <quarryauth/authentication.h>
 #include <quarryauth/systemconfiguration.h>
 
