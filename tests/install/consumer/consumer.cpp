@@ -4,6 +4,9 @@
 
 #include <iostream>
 
+static_assert(__cplusplus >= 201703L,
+              "the quarryauth target must compile its users as C++17");
+
 namespace qa = quarry::authentication;
 
 int main() {
