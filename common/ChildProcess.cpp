@@ -4,13 +4,13 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+
+#include "common/ProgramStart.h"
 
 extern char** environ;
 
@@ -41,20 +41,6 @@ class Pipe {
     end = -1;
   }
   int ends_[2];
-};
-
-// posix_spawn's attribute and file-action objects, destroyed on scope exit.
-struct SpawnSetup {
-  posix_spawnattr_t attributes;
-  posix_spawn_file_actions_t actions;
-  SpawnSetup() {
-    posix_spawnattr_init(&attributes);
-    posix_spawn_file_actions_init(&actions);
-  }
-  ~SpawnSetup() {
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-  }
 };
 
 // SIGPIPE blocked on this thread while we write to a child that may have
@@ -107,13 +93,6 @@ std::vector<std::string> ChildEnvironment() {
   return entries;
 }
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (auto& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 // Moves data between the child's three pipes until both outputs are closed
 // or the deadline passes. Returns false at the deadline.
 bool Exchange(Pipe& in, Pipe& out, Pipe& err, const std::string& input,
@@ -154,21 +133,18 @@ bool Exchange(Pipe& in, Pipe& out, Pipe& err, const std::string& input,
   return true;
 }
 
-int WaitForExit(pid_t child, long long deadline, bool& timedOut) {
-  int status = 0;
-  for (;;) {
-    const pid_t done = waitpid(child, &status, WNOHANG);
-    if (done == child) break;
-    if (done < 0 && errno != EINTR) return -1;
+int WaitForExit(const StartedProgram& program, long long deadline,
+                bool& timedOut) {
+  int exitStatus = -1;
+  while (!ProgramEnded(program, exitStatus)) {
     if (!timedOut && NowMilliseconds() >= deadline) {
       timedOut = true;
-      kill(-child, SIGKILL);
-      kill(child, SIGKILL);
+      KillProgram(program);
     }
     const timespec pause = {0, 10 * 1000 * 1000};
     nanosleep(&pause, nullptr);
   }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return exitStatus;
 }
 
 }  // namespace
@@ -186,37 +162,12 @@ ChildResult RunChild(const std::vector<std::string>& arguments,
     result.startError = errno;
     return result;
   }
-  SpawnSetup setup;
-  posix_spawn_file_actions_adddup2(&setup.actions, in.read(), 0);
-  posix_spawn_file_actions_adddup2(&setup.actions, out.write(), 1);
-  posix_spawn_file_actions_adddup2(
-      &setup.actions,
-      errors == ChildErrors::IntoOutput ? out.write() : err.write(), 2);
-  posix_spawnattr_setpgroup(&setup.attributes, 0);
-  // The child starts with default signal handling, whatever the host set.
-  sigset_t all;
-  sigfillset(&all);
-  sigset_t none;
-  sigemptyset(&none);
-  posix_spawnattr_setsigdefault(&setup.attributes, &all);
-  posix_spawnattr_setsigmask(&setup.attributes, &none);
-  posix_spawnattr_setflags(&setup.attributes,
-                           POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF |
-                               POSIX_SPAWN_SETSIGMASK);
-
-  std::vector<std::string> argv = arguments;
-  std::vector<std::string> environment = ChildEnvironment();
-  std::vector<char*> argvPointers = Pointers(argv);
-  std::vector<char*> environmentPointers = Pointers(environment);
-  pid_t child = -1;
-  // A bare name is looked up in PATH, as a shell would.
-  const bool searchPath = arguments[0].find('/') == std::string::npos;
-  const int spawnError =
-      (searchPath ? posix_spawnp : posix_spawn)(
-          &child, arguments[0].c_str(), &setup.actions, &setup.attributes,
-          argvPointers.data(), environmentPointers.data());
-  if (spawnError != 0) {
-    result.startError = spawnError;
+  const int streams[3] = {
+      in.read(), out.write(),
+      errors == ChildErrors::IntoOutput ? out.write() : err.write()};
+  StartedProgram program;
+  if (!StartProgram(arguments, ChildEnvironment(), streams, program)) {
+    result.startError = errno;
     return result;
   }
   result.started = true;
@@ -228,10 +179,9 @@ ChildResult RunChild(const std::vector<std::string>& arguments,
       NowMilliseconds() + static_cast<long long>(limit.count());
   if (!Exchange(in, out, err, input, result, deadline)) {
     result.timedOut = true;
-    kill(-child, SIGKILL);
-    kill(child, SIGKILL);
+    KillProgram(program);
   }
-  result.exitStatus = WaitForExit(child, deadline, result.timedOut);
+  result.exitStatus = WaitForExit(program, deadline, result.timedOut);
   return result;
 }
 

@@ -27,8 +27,9 @@ enum class ChildErrors {
 // Runs arguments[0] (an absolute path, or a name searched for in PATH) with
 // the rest as its arguments, writes input to its standard input and closes
 // it. The child runs in a process group of its own, with default signal
-// handling and LC_ALL=C (its messages are parsed). Safe on any thread: it
-// starts the child with posix_spawn and keeps SIGPIPE away from the caller.
+// handling and LC_ALL=C (its messages are parsed). Safe on any thread, and
+// whatever the host does with SIGCHLD (ignoring it included): the child
+// signals nobody when it ends, and SIGPIPE is kept away from the caller.
 ChildResult RunChild(const std::vector<std::string>& arguments,
                      const std::string& input, std::chrono::milliseconds limit,
                      ChildErrors errors = ChildErrors::Separate);

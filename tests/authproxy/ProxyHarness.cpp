@@ -34,7 +34,8 @@ std::string OpensslThumbprint(const std::string& pemPath) {
 }
 
 Daemon::Daemon(const std::vector<std::string>& arguments,
-               const std::string& logPath, const std::string& path) {
+               const std::string& logPath, const std::string& path,
+               bool ignoreChildSignal) {
   std::vector<char*> argv;
   for (const std::string& argument : arguments) {
     argv.push_back(const_cast<char*>(argument.c_str()));
@@ -50,6 +51,8 @@ Daemon::Daemon(const std::vector<std::string>& arguments,
     ::dup2(out, STDOUT_FILENO);
     ::dup2(out, STDERR_FILENO);
     if (!path.empty()) ::setenv("PATH", path.c_str(), 1);
+    // An ignored signal stays ignored across exec.
+    if (ignoreChildSignal) ::signal(SIGCHLD, SIG_IGN);
     ::execvp(argv[0], argv.data());
     _exit(127);
   }

@@ -19,11 +19,13 @@ void MakeCertificate(const std::string& name);
 std::string OpensslThumbprint(const std::string& pemPath);
 
 // A background process whose standard input is /dev/null and whose output
-// goes to logPath; stopped (SIGTERM, then SIGKILL) when destroyed.
+// goes to logPath; stopped (SIGTERM, then SIGKILL) when destroyed. With
+// ignoreChildSignal it starts with SIGCHLD ignored, as many services run.
 class Daemon {
  public:
   Daemon(const std::vector<std::string>& arguments, const std::string& logPath,
-         const std::string& path = std::string());
+         const std::string& path = std::string(),
+         bool ignoreChildSignal = false);
   ~Daemon();
   Daemon(const Daemon&) = delete;
   Daemon& operator=(const Daemon&) = delete;

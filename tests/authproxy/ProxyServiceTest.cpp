@@ -48,11 +48,12 @@ class ProxyServiceTest : public ::testing::Test {
                              "\"\n" + extra);
   }
 
-  void StartProxy() {
+  void StartProxy(bool ignoreChildSignal = false) {
     proxy_.reset(new Daemon({AUTHPROXYD, "-c", kSettings, "--foreground"},
                             kLog,
                             std::string("/var/lib/fake-adcli-bin:") +
-                                std::getenv("PATH")));
+                                std::getenv("PATH"),
+                            ignoreChildSignal));
     ASSERT_TRUE(WaitForPort(kServer, 443, std::chrono::seconds(10)))
         << ReadFile(kLog);
   }
@@ -133,6 +134,19 @@ TEST_F(ProxyServiceTest, CreatesAnAccountWithAFreshOneTimePassword) {
   EXPECT_EQ(log.find(account.oneTimePassword), std::string::npos);
   EXPECT_EQ(log.find(again.oneTimePassword), std::string::npos);
   EXPECT_EQ(log.find(kServicePassword), std::string::npos);
+}
+
+// Services often run with SIGCHLD ignored; adcli's exit status must still
+// reach the proxy, or a created account is reported as a failure.
+TEST_F(ProxyServiceTest, CreatesAnAccountWhileItIgnoresSigchld) {
+  Configure("");
+  StartProxy(true);
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "node1.ad.test", "", true, thumbprint_);
+  ASSERT_EQ(account.result, CAM_PROXY_SUCCESS) << ReadFile(kLog);
+  EXPECT_EQ(account.dn, "CN=NODE1,CN=Computers,DC=ad,DC=test");
+  EXPECT_TRUE(Called(1));
+  EXPECT_EQ(proxy_->Stop(), 0) << ReadFile(kLog);
 }
 
 TEST_F(ProxyServiceTest, ResetsAnExistingAccountInItsContainer) {

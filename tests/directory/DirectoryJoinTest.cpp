@@ -1,5 +1,7 @@
 // The whole road against a real Samba AD domain controller: library ->
 // quarryadcli -> adcli, LDAP and DNS -> the directory.
+#include <signal.h>
+
 #include <chrono>
 #include <memory>
 #include <string>
@@ -80,6 +82,21 @@ TEST_F(RealDirectory, JoinsAndAnswersEveryStatusQuestion) {
   EXPECT_EQ(quarryauth_test::StoredDomain(), "ad.test||");
   EXPECT_THAT(ComputerObjects(), ElementsAre(kComputerDN));
   EXPECT_TRUE(quarry_test::Exists("/etc/krb5.keytab"));
+}
+
+// A host process that ignores SIGCHLD still learns how adcli ended.
+TEST_F(RealDirectory, JoinsAndLeavesWhileTheHostIgnoresSigchld) {
+  struct sigaction ignore = {};
+  ignore.sa_handler = SIG_IGN;
+  struct sigaction previous;
+  ASSERT_EQ(::sigaction(SIGCHLD, &ignore, &previous), 0);
+  store_->JoinDomain("ad.test", administrator_, false);
+  const auto configuration = Configuration();
+  store_->PartDomain(administrator_);
+  ::sigaction(SIGCHLD, &previous, nullptr);
+  EXPECT_EQ(configuration.activeDomain, qa::Domain("ad.test", "AD"));
+  EXPECT_EQ(configuration.machineAccountDN, kComputerDN);
+  EXPECT_THAT(ComputerObjects(), IsEmpty());
 }
 
 TEST_F(RealDirectory, JoinsIntoAnOrganizationalUnit) {
