@@ -27,10 +27,8 @@ const unsigned int kJoinRetrySeconds = 30;
 // The name becomes part of a path, so it must not climb out of the plug-in
 // directory (nor cut the path short with a NUL).
 void CheckPlainFileName(const std::string& name) {
-  if (name.find('/') != std::string::npos ||
-      name.find('\0') != std::string::npos || name == "." || name == "..") {
-    throw InvalidActiveDirectoryProviderException(
-        name, "The provider name must not contain '/' or be '.' or '..'");
+  if (!IsPlainPluginName(name)) {
+    throw InvalidActiveDirectoryProviderException(name, kPlainPluginNameRule);
   }
 }
 

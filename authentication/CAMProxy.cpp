@@ -62,6 +62,10 @@ CAMProxy::CAMProxy(const std::string& provider, const std::string& server,
       server(server),
       thumbprint(thumbprint) {
   std::string error;
+  if (!IsPlainPluginName(provider)) {
+    throw IOError(std::string("Unable to open CAM provider: ") +
+                  kPlainPluginNameRule);
+  }
   if (!library->OpenPlugin(provider, error)) {
     throw IOError("Unable to open CAM provider: " + error);
   }

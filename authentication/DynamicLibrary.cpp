@@ -16,6 +16,14 @@ std::string LoaderError() {
 
 }  // namespace
 
+const char kPlainPluginNameRule[] =
+    "The provider name must not contain '/' or be '.' or '..'";
+
+bool IsPlainPluginName(const std::string& name) {
+  return name.find('/') == std::string::npos &&
+         name.find('\0') == std::string::npos && name != "." && name != "..";
+}
+
 std::string PrimaryPluginPath(const std::string& name) {
   return std::string(kPluginDirectory) + "lib64" + "/" + "lib" + name + ".so";
 }

@@ -33,6 +33,12 @@ class DynamicLibrary {
   void* handle_;
 };
 
+// Whether name can only name a file in the plug-in directory: no "/", no
+// NUL, not "." or "..". A name from a configuration file is checked with
+// this before it is opened, so that it cannot reach a file elsewhere.
+bool IsPlainPluginName(const std::string& name);
+extern const char kPlainPluginNameRule[];
+
 // The two places the library looks for plug-in name.
 std::string PrimaryPluginPath(const std::string& name);
 std::string FallbackPluginPath(const std::string& name);

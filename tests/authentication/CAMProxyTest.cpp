@@ -67,6 +67,25 @@ TEST_F(CAMProxyTest, MissingPluginIsIOErrorWithTheSecondLoaderText) {
   }
 }
 
+// A name from camprovider.conf must not reach a file outside the plug-in
+// directory, even one that is a working plug-in.
+TEST_F(CAMProxyTest, NameWithAPathIsRefusedBeforeLoading) {
+  InstallPlugin(TEST_CAM_PLUGIN, "testcam", true);
+  for (const std::string name :
+       {"64/../lib64/libtestcam", "../lib64/libtestcam",
+        "/usr/libexec/quarryauth/lib64/libtestcam", ".", ".."}) {
+    try {
+      qa::CAMProxy proxy(name, "192.0.2.10", false, "");
+      ADD_FAILURE() << name << " was loaded";
+    } catch (const qa::IOError& error) {
+      EXPECT_STREQ(error.what(),
+                   "Unable to open CAM provider: The provider name must not "
+                   "contain '/' or be '.' or '..'")
+          << name;
+    }
+  }
+}
+
 TEST_F(CAMProxyTest, MissingTableIsInvalidWithTheLoaderText) {
   const std::string path =
       InstallPlugin(TEST_CAM_NOTABLE_PLUGIN, "notable", true);

@@ -229,6 +229,18 @@ TEST_F(ProxyJoin, UnloadableProxyProviderIsInvalid) {
             "The specified CAMProxy provider 'absent' is invalid");
 }
 
+TEST_F(ProxyJoin, ProxyProviderNameWithAPathIsInvalid) {
+  SetOption("0");
+  // It would name the installed proxy plug-in by a path.
+  WriteFile("/etc/quarry/quarryauth/camprovider.conf",
+            "provider = \"64/../lib64/libtestcam\"\n");
+  EXPECT_EQ(JoinFailure<qa::InvalidCAMProxyProviderException>(kServer, "",
+                                                               true),
+            "The specified CAMProxy provider '64/../lib64/libtestcam' is "
+            "invalid");
+  EXPECT_EQ(ad_->Calls(TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT), 0);
+}
+
 TEST_F(ProxyJoin, RecordsReachTheDirectoryPluginFieldByField) {
   SetOption("0");
   store_->JoinDomainWithCAM(kServer, "", true);
