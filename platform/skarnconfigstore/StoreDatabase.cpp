@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/DurableFile.h"
+#include "common/PrivateFolder.h"
 
 namespace SkarnConfigStore {
 
@@ -38,17 +39,8 @@ const char kCreateSchema[] =
 }
 
 void CreateDirectory() {
-  if (::mkdir(kStoreDirectory, 0700) == 0) {
-    // mkdir applied the umask; the directory is to be exactly 0700.
-    if (::chmod(kStoreDirectory, 0700) != 0) {
-      ThrowOpenFailed(std::strerror(errno));
-    }
-    // Best effort: SQLite flushes the database's own directory entries, and
-    // a directory lost in a crash is simply created again.
-    quarry::common::SyncParentDirectory(kStoreDirectory);
-  } else if (errno != EEXIST) {
-    ThrowOpenFailed(std::strerror(errno));
-  }
+  const int error = quarry::common::CreatePrivateFolder(kStoreDirectory);
+  if (error != 0) ThrowOpenFailed(std::strerror(error));
 }
 
 // Creates the file with mode 0600 before SQLite does (SQLite would use

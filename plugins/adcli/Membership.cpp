@@ -2,6 +2,7 @@
 
 #include <common/DurableFile.h>
 #include <common/KeyValueFormat.h>
+#include <common/PrivateFolder.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -44,8 +45,7 @@ std::string JoinList(const std::vector<std::string>& items) {
 }
 
 int EnsureStateFolder() {
-  if (mkdir(kStateFolder, 0755) == 0 || errno == EEXIST) return 0;
-  return errno;
+  return quarry::common::CreatePrivateFolder(kStateFolder);
 }
 
 }  // namespace

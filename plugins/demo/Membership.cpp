@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "KeyValueFile.h"
+#include "common/PrivateFolder.h"
 #include "PluginText.h"
 
 namespace quarrydemo {
@@ -30,8 +31,8 @@ Membership LoadMembership() {
 }
 
 bool SaveMembership(const Membership& membership) {
-  // The directory is the host's; it may not exist on a fresh one.
-  ::mkdir("/var/lib/quarry", 0755);
+  // The folder is the host's; it may not exist on a fresh one.
+  quarry::common::CreatePrivateFolder("/var/lib/quarry");
   KeyValues pairs;
   pairs["domain"] = membership.domain;
   pairs["netbios-name"] = membership.netbiosName;

@@ -1,6 +1,9 @@
 // "join" and "leave", with the demonstration directory plug-in.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <chrono>
 
 #include "tools/ToolHarness.h"
@@ -39,6 +42,16 @@ TEST_F(JoinCommandsTest, JoinsWithThePasswordFromStandardInput) {
   // The host name checks put the management address in the hosts file.
   EXPECT_NE(ReadFile("/etc/hosts").find("192.0.2.5\tnode1.ad.test node1"),
             std::string::npos);
+}
+
+// The first join on a fresh host creates the state folder: root's only.
+TEST_F(JoinCommandsTest, CreatesTheStateFolderForRootOnly) {
+  ASSERT_EQ(::access("/var/lib/quarry", F_OK), -1);
+  const ToolResult joined = JoinWithPassword(kPassword);
+  ASSERT_EQ(joined.exitStatus, 0) << joined.err;
+  struct stat status;
+  ASSERT_EQ(::stat("/var/lib/quarry", &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0700u);
 }
 
 TEST_F(JoinCommandsTest, RefusesAPasswordOnTheCommandLine) {
