@@ -78,11 +78,27 @@ std::vector<std::string> Words(const std::string& text) {
   return words;
 }
 
+// The file without its comments: a line whose first character other than
+// a blank is "#" reads as an empty line, so that line numbers stay right.
+// (The host's shared format has no comments; this file is the proxy's own
+// and is shipped with its settings explained.)
+std::string WithoutComments(std::istream& in) {
+  std::string text;
+  std::string line;
+  while (std::getline(in, line)) {
+    const std::string::size_type first = line.find_first_not_of(" \t");
+    if (first != std::string::npos && line[first] == '#') line.clear();
+    text += line + "\n";
+  }
+  return text;
+}
+
 Pairs ReadPairs(const std::string& path) {
-  std::ifstream in(path);
-  if (!in) {
+  std::ifstream file(path);
+  if (!file) {
     throw SettingsError("cannot read " + path + ": " + std::strerror(errno));
   }
+  std::istringstream in(WithoutComments(file));
   Pairs pairs;
   int failedLine = 0;
   const common::KeyValueError error =

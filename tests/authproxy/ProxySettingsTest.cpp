@@ -122,5 +122,28 @@ TEST(ProxySettingsTest, ReportsUnreadableAndMalformedFiles) {
   }
 }
 
+// The shipped sample explains itself in comments; the service reads it as
+// installed.
+TEST(ProxySettingsTest, ReadsTheShippedSampleWithItsComments) {
+  const ProxySettings settings =
+      ReadProxySettings(QUARRYAUTH_SOURCE_DIR
+                        "/services/authproxyd/authproxyd.conf.sample");
+  EXPECT_EQ(settings.domain, "ad.example.com");
+  EXPECT_EQ(settings.serviceUser, "quarry-proxy");
+  EXPECT_EQ(settings.domainController, "");
+  EXPECT_EQ(settings.defaultContainer, "");
+  EXPECT_EQ(settings.adcliTimeoutSeconds, 30);
+}
+
+TEST(ProxySettingsTest, SkipsCommentLinesAndCountsThem) {
+  EXPECT_EQ(Fault("# the proxy\n  # indented = \"too\"\n" + kComplete +
+                  "port 443\n"),
+            "/etc/quarry/authproxyd.conf: Error parsing configuration on line "
+            "9: no delimiter found");
+  // Only a line that begins with "#" is a comment.
+  EXPECT_EQ(Fault(kComplete + "domain # x = \"ad.test\"\n"),
+            "/etc/quarry/authproxyd.conf: unknown key \"domain # x\"");
+}
+
 }  // namespace
 }  // namespace quarry::authproxyd
