@@ -52,6 +52,8 @@ CAMProxyResult StatusResult(int status) {
       return kInvalidParameter;
     case 403:
       return kAccessDenied;
+    case 409:
+      return kAccountExists;
     case 504:
       return CAM_PROXY_TIMED_OUT;
     case 500:

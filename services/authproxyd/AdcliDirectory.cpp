@@ -1,6 +1,7 @@
 #include "services/authproxyd/AdcliDirectory.h"
 
 #include "common/ChildProcess.h"
+#include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/ServicePassword.h"
 
 #include <cstring>
@@ -94,6 +95,15 @@ std::string AdcliDirectory::CreateComputer(const std::string& hostName,
   std::string output =
       Preset(hostName, where, oneTimePassword, deadline, succeeded);
   if (!succeeded && Contains(output, "already exists")) {
+    const std::string existing = FoundAccount(output);
+    if (existing.empty() ||
+        !IsWithinContainer(existing, settings_.baseContainer)) {
+      throw AccountConflict(
+          "the computer account for " + hostName + " exists" +
+          (existing.empty() ? std::string() : " as " + existing) +
+          ", outside the proxy's base container \"" +
+          settings_.baseContainer + "\"; the proxy does not reset it");
+    }
     // adcli presets new accounts only; a reset is a delete and a create.
     std::vector<std::string> arguments = Command("delete-computer");
     arguments.push_back(hostName);

@@ -29,6 +29,13 @@ class DirectoryError : public std::runtime_error {
   bool timedOut_;
 };
 
+// An existing account that the proxy may not delete and create again;
+// what() says why. Nothing was changed.
+class AccountConflict : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 class AdcliDirectory {
  public:
   explicit AdcliDirectory(const ProxySettings& settings);
@@ -39,7 +46,8 @@ class AdcliDirectory {
   // Creates the computer account for hostName in container (empty: the
   // configured default, else the domain's computers container) with the
   // one-time password and returns its DN. An existing account is deleted
-  // and created again, in its old container unless one is asked for.
+  // and created again, in its old container unless one is asked for, if it
+  // lies under the base container; otherwise AccountConflict.
   std::string CreateComputer(const std::string& hostName,
                              const std::string& container,
                              const std::string& oneTimePassword);

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/HostNameRules.h"
 #include "services/authproxyd/OneTimePassword.h"
 
@@ -66,8 +67,21 @@ Answer ProxyRequests::CreateComputer(const std::string& client,
     return ErrorAnswer(400, "\"" + hostName +
                                 "\" is not a fully qualified host name");
   }
+  if (!IsNameInDomain(hostName, settings_.domain)) {
+    return Refuse(client, hostName, 403,
+                  "\"" + hostName + "\" is not a name in the domain " +
+                      settings_.domain);
+  }
   if (!container.empty() && !IsPlausibleContainer(container)) {
-    return ErrorAnswer(400, "\"" + container + "\" is not a distinguished name");
+    return Refuse(client, hostName, 400,
+                  "\"" + container + "\" is not a distinguished name");
+  }
+  if (!container.empty() &&
+      !IsWithinContainer(container, settings_.baseContainer)) {
+    return Refuse(client, hostName, 403,
+                  "the container \"" + container +
+                      "\" is not under the proxy's base container \"" +
+                      settings_.baseContainer + "\"");
   }
   try {
     const std::string password = MakeOneTimePassword();
@@ -76,9 +90,19 @@ Answer ProxyRequests::CreateComputer(const std::string& client,
     syslog(LOG_NOTICE, "created computer account %s for %s", dn.c_str(),
            client.c_str());
     return Answer{200, json{{"dn", dn}, {"oneTimePassword", password}}.dump()};
+  } catch (const AccountConflict& conflict) {
+    return Refuse(client, hostName, 409, conflict.what());
   } catch (const DirectoryError& error) {
     return DirectoryFailure(client, "computer account " + hostName, error);
   }
+}
+
+Answer ProxyRequests::Refuse(const std::string& client,
+                             const std::string& hostName, int status,
+                             const std::string& why) const {
+  syslog(LOG_WARNING, "refused %s a computer account for %s: %s",
+         client.c_str(), hostName.c_str(), why.c_str());
+  return ErrorAnswer(status, why);
 }
 
 }  // namespace quarry::authproxyd

@@ -13,14 +13,18 @@
 //
 // Failures answer {"error": "why"} with 400 (not a JSON object, a host name
 // that is not valid, a container that is not a DN), 403 (a client outside
-// allowed-networks), 404 (no such request), 502 (the directory refused) or
-// 504 (the directory did not answer in time).
+// allowed-networks, a host name outside the proxy's domain, a container
+// outside its base container), 404 (no such request), 409 (an existing
+// account that the proxy may not reset), 502 (the directory refused) or 504
+// (the directory did not answer in time). Every refusal is logged with the
+// client.
 #ifndef QUARRY_AUTHPROXYD_PROXYREQUESTS_H
 #define QUARRY_AUTHPROXYD_PROXYREQUESTS_H
 
 #include <string>
 
 #include "services/authproxyd/AdcliDirectory.h"
+#include "services/authproxyd/ProxySettings.h"
 
 namespace quarry::authproxyd {
 
@@ -31,13 +35,18 @@ struct Answer {
 
 class ProxyRequests {
  public:
-  explicit ProxyRequests(AdcliDirectory& directory) : directory_(directory) {}
+  ProxyRequests(AdcliDirectory& directory, const ProxySettings& settings)
+      : directory_(directory), settings_(settings) {}
 
   Answer DomainInfo(const std::string& client);
   Answer CreateComputer(const std::string& client, const std::string& body);
 
  private:
+  Answer Refuse(const std::string& client, const std::string& hostName,
+               int status, const std::string& why) const;
+
   AdcliDirectory& directory_;
+  const ProxySettings& settings_;
 };
 
 // {"error": text} with status.

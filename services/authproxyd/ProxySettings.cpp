@@ -7,7 +7,9 @@
 #include <set>
 #include <sstream>
 
+#include "DistinguishedName.h"
 #include "common/KeyValueFormat.h"
+#include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/HostNameRules.h"
 
 namespace quarry::authproxyd {
@@ -21,7 +23,8 @@ using Pairs = std::map<std::string, std::string>;
 const std::set<std::string> kKnownKeys = {
     "listen-address", "port",         "certificate-file", "key-file",
     "domain",         "domain-controller", "service-user", "password-file",
-    "allowed-networks", "default-container", "adcli-timeout-seconds"};
+    "allowed-networks", "default-container", "base-container",
+    "adcli-timeout-seconds"};
 
 class Reader {
  public:
@@ -153,6 +156,23 @@ ProxySettings ReadProxySettings(const std::string& path) {
       !IsPlausibleContainer(settings.defaultContainer)) {
     reader.Fail("default-container \"" + settings.defaultContainer +
                 "\" is not a distinguished name");
+  }
+  const std::string computers =
+      "CN=Computers," + plugin::DomainComponents(settings.domain);
+  settings.baseContainer = reader.Optional(
+      "base-container", settings.defaultContainer.empty()
+                            ? computers
+                            : settings.defaultContainer);
+  if (!IsPlausibleContainer(settings.baseContainer)) {
+    reader.Fail("base-container \"" + settings.baseContainer +
+                "\" is not a distinguished name");
+  }
+  const std::string& defaultContainer =
+      settings.defaultContainer.empty() ? computers : settings.defaultContainer;
+  if (!IsWithinContainer(defaultContainer, settings.baseContainer)) {
+    reader.Fail("the default container \"" + defaultContainer +
+                "\" is not under base-container \"" + settings.baseContainer +
+                "\"");
   }
   settings.adcliTimeoutSeconds =
       reader.Number("adcli-timeout-seconds", 30, 1, 600);

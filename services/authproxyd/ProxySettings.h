@@ -12,6 +12,10 @@
 //   allowed-networks = "192.0.2.0/24 198.51.100.7"   who may ask
 //   default-container = "OU=Hosts,DC=ad,DC=example,DC=com"  optional; else
 //                                       the domain's computers container
+//   base-container = "OU=Hosts,DC=ad,DC=example,DC=com"  optional: accounts
+//                                       are created and reset only at or
+//                                       under it; else the default
+//                                       container, else CN=Computers
 //   adcli-timeout-seconds = "30"        optional; bounds one request's adcli
 //                                       runs together
 #ifndef QUARRY_AUTHPROXYD_PROXYSETTINGS_H
@@ -38,6 +42,7 @@ struct ProxySettings {
   std::string passwordFile;
   std::vector<Ipv4Network> allowedNetworks;
   std::string defaultContainer;
+  std::string baseContainer;  // never empty once read
   int adcliTimeoutSeconds = 30;
 };
 

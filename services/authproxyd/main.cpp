@@ -71,7 +71,7 @@ sigset_t StopSignals() {
 
 int Serve(const ProxySettings& settings, bool foreground) {
   AdcliDirectory directory(settings);
-  ProxyRequests requests(directory);
+  ProxyRequests requests(directory, settings);
   HttpsService service(settings, requests);
   service.Bind();
   // Detached only once the port is ours, so that a start that cannot

@@ -103,7 +103,8 @@ TEST_F(ProxyServiceTest, AnswersTheDomainWithAVerifiedCertificate) {
 }
 
 TEST_F(ProxyServiceTest, CreatesAnAccountWithAFreshOneTimePassword) {
-  Configure("domain-controller = \"dc1.ad.test\"\n");
+  Configure("domain-controller = \"dc1.ad.test\"\n"
+            "base-container = \"DC=ad,DC=test\"\n");
   StartProxy();
   const CamPlugin::Account account = plugin_.CreateMachineAccount(
       kServer, "node1.ad.test", "", true, thumbprint_);
@@ -150,7 +151,8 @@ TEST_F(ProxyServiceTest, CreatesAnAccountWhileItIgnoresSigchld) {
 }
 
 TEST_F(ProxyServiceTest, ResetsAnExistingAccountInItsContainer) {
-  Configure("default-container = \"OU=Hosts,DC=ad,DC=test\"\n");
+  Configure("default-container = \"OU=Hosts,DC=ad,DC=test\"\n"
+            "base-container = \"DC=ad,DC=test\"\n");
   WriteFile(std::string(kRecords) + "/mode", "exists");
   StartProxy();
   const CamPlugin::Account account = plugin_.CreateMachineAccount(
@@ -167,6 +169,82 @@ TEST_F(ProxyServiceTest, ResetsAnExistingAccountInItsContainer) {
                                  account.oneTimePassword + "\n"),
             std::string::npos)
       << Call(3, "args");
+}
+
+// An account outside the base container (a domain controller's, a file
+// server's) is never deleted to be made again for a caller.
+TEST_F(ProxyServiceTest, RefusesToResetAnAccountOutsideTheBaseContainer) {
+  Configure("base-container = \"OU=Hypervisors,DC=ad,DC=test\"\n"
+            "default-container = \"OU=Hypervisors,DC=ad,DC=test\"\n");
+  WriteFile(std::string(kRecords) + "/mode", "exists");
+  WriteFile(std::string(kRecords) + "/existing",
+            "OU=Domain Controllers,DC=ad,DC=test");
+  StartProxy();
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "fs01.ad.test", "", true, thumbprint_);
+  EXPECT_EQ(account.result, 1316u);
+  EXPECT_FALSE(account.stringsReturned);
+  EXPECT_EQ(
+      Curl("-X POST -d '{\"hostName\":\"fs01.ad.test\"}' "
+           "https://127.0.0.1/api/v1/computers"),
+      std::make_pair(
+          std::string("409"),
+          std::string("{\"error\":\"the computer account for fs01.ad.test "
+                      "exists as CN=FS01,OU=Domain Controllers,DC=ad,DC=test, "
+                      "outside the proxy's base container \\\"OU=Hypervisors,"
+                      "DC=ad,DC=test\\\"; the proxy does not reset it\"}")));
+  // Two presets, each refused; nothing was deleted.
+  EXPECT_TRUE(Called(2));
+  EXPECT_FALSE(Called(3));
+  EXPECT_FALSE(Exists(std::string(kRecords) + "/deleted"));
+  EXPECT_EQ(proxy_->Stop(), 0);
+  EXPECT_NE(ReadFile(kLog).find("refused 127.0.0.1 a computer account for "
+                                "fs01.ad.test: the computer account for "
+                                "fs01.ad.test exists as CN=FS01,OU=Domain "
+                                "Controllers,DC=ad,DC=test"),
+            std::string::npos)
+      << ReadFile(kLog);
+}
+
+// The first attack on the proxy: an existing account, asked for under
+// another domain's name and in a container of the caller's choosing.
+TEST_F(ProxyServiceTest, RefusesNamesOutsideItsDomainAndContainersOutsideItsBase) {
+  Configure("");
+  StartProxy();
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"fs01.evil.example\","
+                 "\"container\":\"OU=Domain Controllers,DC=ad,DC=test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"\\\"fs01.evil.example\\\" "
+                                       "is not a name in the domain ad.test\"}")));
+  // A name that merely ends in the same letters is not in the domain.
+  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "fs01.bad.test", "", true,
+                                         thumbprint_)
+                .result,
+            5u);
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"fs01.ad.test\","
+                 "\"container\":\"OU=Domain Controllers,DC=ad,DC=test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(
+                std::string("403"),
+                std::string("{\"error\":\"the container \\\"OU=Domain "
+                            "Controllers,DC=ad,DC=test\\\" is not under the "
+                            "proxy's base container \\\"CN=Computers,DC=ad,"
+                            "DC=test\\\"\"}")));
+  // Case and blanks do not matter to the directory, nor here.
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "NODE1.AD.TEST", "cn = computers, dc=AD,dc=Test", true,
+      thumbprint_);
+  EXPECT_EQ(account.result, CAM_PROXY_SUCCESS) << ReadFile(kLog);
+  EXPECT_TRUE(Called(1));
+  EXPECT_FALSE(Called(2));
+  EXPECT_EQ(proxy_->Stop(), 0);
+  const std::string log = ReadFile(kLog);
+  EXPECT_NE(log.find("refused 127.0.0.1 a computer account for "
+                     "fs01.evil.example: \"fs01.evil.example\" is not a name in "
+                     "the domain ad.test"),
+            std::string::npos)
+      << log;
 }
 
 TEST_F(ProxyServiceTest, RefusesClientsOutsideTheAllowedNetworks) {

@@ -47,6 +47,7 @@ TEST(ProxySettingsTest, ReadsEveryValueAndFillsTheDefaults) {
   EXPECT_TRUE(defaults.allowedNetworks[1].Contains(0xC6336407));
   EXPECT_FALSE(defaults.allowedNetworks[1].Contains(0xC6336408));
   EXPECT_EQ(defaults.defaultContainer, "");
+  EXPECT_EQ(defaults.baseContainer, "CN=Computers,DC=ad,DC=test");
   EXPECT_EQ(defaults.adcliTimeoutSeconds, 30);
 
   WriteFile(kPath, kComplete +
@@ -59,7 +60,30 @@ TEST(ProxySettingsTest, ReadsEveryValueAndFillsTheDefaults) {
   EXPECT_EQ(all.port, 8443);
   EXPECT_EQ(all.domainController, "dc1.ad.test");
   EXPECT_EQ(all.defaultContainer, "OU=Hosts,DC=ad,DC=test");
+  // Without base-container the default container is the base.
+  EXPECT_EQ(all.baseContainer, "OU=Hosts,DC=ad,DC=test");
   EXPECT_EQ(all.adcliTimeoutSeconds, 5);
+
+  WriteFile(kPath, kComplete +
+                       "default-container = \"OU=Hosts,OU=Lab,DC=ad,DC=test\"\n"
+                       "base-container = \"OU=Lab,DC=ad,DC=test\"\n");
+  EXPECT_EQ(ReadProxySettings(kPath).baseContainer, "OU=Lab,DC=ad,DC=test");
+}
+
+TEST(ProxySettingsTest, KeepsTheDefaultContainerUnderTheBase) {
+  EXPECT_EQ(Fault(kComplete + "base-container = \"Lab\"\n"),
+            "/etc/quarry/authproxyd.conf: base-container \"Lab\" is not a "
+            "distinguished name");
+  EXPECT_EQ(Fault(kComplete + "base-container = \"OU=Lab,DC=ad,DC=test\"\n"),
+            "/etc/quarry/authproxyd.conf: the default container "
+            "\"CN=Computers,DC=ad,DC=test\" is not under base-container "
+            "\"OU=Lab,DC=ad,DC=test\"");
+  EXPECT_EQ(Fault(kComplete +
+                  "default-container = \"OU=Hosts,DC=ad,DC=test\"\n"
+                  "base-container = \"OU=Lab,DC=ad,DC=test\"\n"),
+            "/etc/quarry/authproxyd.conf: the default container "
+            "\"OU=Hosts,DC=ad,DC=test\" is not under base-container "
+            "\"OU=Lab,DC=ad,DC=test\"");
 }
 
 TEST(ProxySettingsTest, NamesTheFileAndTheFault) {

@@ -2,6 +2,7 @@
 // addresses, host names and containers.
 #include <gtest/gtest.h>
 
+#include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/HostNameRules.h"
 #include "services/authproxyd/Ipv4Network.h"
 
@@ -60,6 +61,33 @@ TEST(RequestRulesTest, AcceptsDistinguishedNamesAsContainers) {
   EXPECT_FALSE(IsPlausibleContainer("OU=Hosts\n,DC=ad"));
   EXPECT_FALSE(IsPlausibleContainer(""));
   EXPECT_FALSE(IsPlausibleContainer("OU=" + std::string(1100, 'x')));
+}
+
+TEST(RequestRulesTest, AcceptsOnlyNamesInTheProxysDomain) {
+  EXPECT_TRUE(IsNameInDomain("node1.ad.test", "ad.test"));
+  EXPECT_TRUE(IsNameInDomain("NODE1.AD.Test", "ad.TEST"));
+  EXPECT_TRUE(IsNameInDomain("node1.lab.ad.test", "ad.test"));
+  for (const char* other : {"node1.bad.test", "node1.ad.test.evil", "ad.test",
+                            "node1.evil.example", "node1.xad.test"}) {
+    EXPECT_FALSE(IsNameInDomain(other, "ad.test")) << other;
+  }
+}
+
+TEST(RequestRulesTest, ComparesContainersPartByPart) {
+  const std::string base = "OU=Hypervisors,DC=ad,DC=test";
+  EXPECT_TRUE(IsWithinContainer(base, base));
+  EXPECT_TRUE(IsWithinContainer("OU=Lab,OU=Hypervisors,DC=ad,DC=test", base));
+  EXPECT_TRUE(IsWithinContainer("ou = lab , ou=HYPERVISORS,dc=AD, dc=test", base));
+  for (const char* outside :
+       {"OU=Domain Controllers,DC=ad,DC=test", "DC=ad,DC=test",
+        "OU=XHypervisors,DC=ad,DC=test", "OU=Lab\\,OU=Hypervisors,DC=ad,DC=test",
+        "OU=Hypervisors,DC=ad,DC=test,DC=evil", ""}) {
+    EXPECT_FALSE(IsWithinContainer(outside, base)) << outside;
+  }
+  // An escaped comma is part of a value, not a boundary.
+  EXPECT_TRUE(IsWithinContainer("OU=a\\,b,OU=Old\\, Hosts,DC=ad",
+                                "OU=Old\\, Hosts,DC=ad"));
+  EXPECT_FALSE(IsWithinContainer("OU=x,DC=ad", ""));
 }
 
 }  // namespace

@@ -53,6 +53,30 @@ std::string ComputerDN(const std::string& name) {
                                           : "(unexpected: " + text + ")";
 }
 
+// An attribute of the domain's computer account name, as samba-tool shows
+// it ("objectGUID: ..."); empty when there is no such account.
+std::string ComputerAttribute(const std::string& name,
+                              const std::string& attribute) {
+  const int status = std::system(
+      (kSambaDc + " tool " + kDcDirectory + " computer show " + name +
+       " --attributes=" + attribute + " > /tmp/computer.out 2>&1")
+          .c_str());
+  if (status != 0) return std::string();
+  const std::string text = ReadFile("/tmp/computer.out");
+  const std::string::size_type line = text.find("\n" + attribute + ": ");
+  if (line == std::string::npos) return std::string();
+  const std::string::size_type start = line + attribute.size() + 3;
+  return text.substr(start, text.find('\n', start) - start);
+}
+
+// What the proxy answers curl from this host: status code, then body.
+std::pair<std::string, std::string> AskProxy(const std::string& body) {
+  Shell("curl -sk --max-time 60 -o /tmp/curl.body -w '%{http_code}' -X POST "
+        "-d '" + body + "' https://198.51.100.10/api/v1/computers"
+        " > /tmp/curl.code");
+  return {ReadFile("/tmp/curl.code"), ReadFile("/tmp/curl.body")};
+}
+
 void SetVerification(int value) {
   WriteFile("/etc/quarry/advanced.conf",
             "UserVars.ActiveDirectoryVerifyCAMCertificate = \"" +
@@ -176,6 +200,51 @@ TEST_F(ProxyJoinEndToEndTest, RefusesAnotherCertificateAndAStoppedProxy) {
                              "connection."),
             std::string::npos)
       << stopped.err;
+}
+
+// The attack that the proxy once allowed: take over an existing computer
+// account by asking for it under another domain's name, in a container of
+// the caller's choosing. Neither that nor a plain request for an account
+// outside the base container touches the account.
+TEST_F(ProxyJoinEndToEndTest, RefusesToTakeOverAnotherComputersAccount) {
+  Shell(kSambaDc + " tool " + kDcDirectory +
+        " ou create OU=FileServers,DC=ad,DC=test > /dev/null");
+  Shell(kSambaDc + " tool " + kDcDirectory +
+        " computer create FS01 --computerou=OU=FileServers > /dev/null");
+  const std::string fileServer = ComputerAttribute("FS01", "objectGUID");
+  const std::string controller = ComputerAttribute("DC1", "objectGUID");
+  ASSERT_FALSE(fileServer.empty());
+  ASSERT_FALSE(controller.empty());
+
+  EXPECT_EQ(AskProxy("{\"hostName\":\"fs01.evil.example\",\"container\":"
+                     "\"OU=Domain Controllers,DC=ad,DC=test\"}")
+                .first,
+            "403");
+  EXPECT_EQ(AskProxy("{\"hostName\":\"fs01.ad.test\",\"container\":"
+                     "\"OU=Domain Controllers,DC=ad,DC=test\"}")
+                .first,
+            "403");
+  const auto fileServerReset = AskProxy("{\"hostName\":\"fs01.ad.test\"}");
+  EXPECT_EQ(fileServerReset.first, "409") << fileServerReset.second;
+  EXPECT_NE(fileServerReset.second.find(
+                "exists as CN=FS01,OU=FileServers,DC=ad,DC=test"),
+            std::string::npos)
+      << fileServerReset.second;
+  EXPECT_EQ(AskProxy("{\"hostName\":\"dc1.ad.test\"}").first, "409");
+
+  EXPECT_EQ(ComputerAttribute("FS01", "objectGUID"), fileServer);
+  EXPECT_EQ(ComputerDN("FS01"), "CN=FS01,OU=FileServers,DC=ad,DC=test");
+  EXPECT_EQ(ComputerAttribute("DC1", "objectGUID"), controller);
+  EXPECT_EQ(ComputerDN("DC1"), "CN=DC1,OU=Domain Controllers,DC=ad,DC=test");
+  EXPECT_EQ(proxy_->Stop(), 0);
+  const std::string log = ReadFile(kProxyLog);
+  EXPECT_NE(log.find("refused 198.51.100.1 a computer account for "
+                     "fs01.evil.example"),
+            std::string::npos)
+      << log;
+  EXPECT_NE(log.find("refused 198.51.100.1 a computer account for dc1.ad.test"),
+            std::string::npos)
+      << log;
 }
 
 }  // namespace

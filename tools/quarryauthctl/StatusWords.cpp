@@ -35,6 +35,7 @@ const std::vector<StatusWords> kWords = {
     {1231, "ERROR_NETWORK_UNREACHABLE", "the authentication proxy cannot be reached; check the route to it"},
     {1311, "ERROR_NO_LOGON_SERVERS", "no domain controller answered; check DNS (the domain's SRV records) and the network"},
     {1315, "ERROR_INVALID_ACCOUNT_NAME", "the account name is malformed; correct it"},
+    {1316, "ERROR_USER_EXISTS", "the computer account exists and the authentication proxy may not reset it (it lies outside the proxy's base container); have a domain administrator delete or move it, or ask the proxy for another container"},
     {1317, "ERROR_NO_SUCH_USER", "the account does not exist in the domain; check the user name"},
     {1324, "ERROR_ILL_FORMED_PASSWORD", "the directory refused the new machine password; check the domain's password policy"},
     {1325, "ERROR_PASSWORD_RESTRICTION", "the new machine password does not meet the domain's password policy; relax the policy for computer accounts"},
