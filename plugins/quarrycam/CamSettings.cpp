@@ -39,6 +39,10 @@ bool LoadCamSettings(CamSettings& settings) {
       quarry::common::KeyValueError::None) {
     return false;
   }
+  const auto certificate = pairs.find("certificate-file");
+  if (certificate != pairs.end()) settings.certificateFile = certificate->second;
+  const auto key = pairs.find("key-file");
+  if (key != pairs.end()) settings.keyFile = key->second;
   return ReadNumber(pairs, "port", 1, 65535, settings.port) &&
          ReadNumber(pairs, "connect-timeout-seconds", 1, 600,
                     settings.connectTimeoutSeconds) &&

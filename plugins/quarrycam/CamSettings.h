@@ -4,12 +4,21 @@
 //   reply-timeout-seconds = "40"     for the TLS handshake, the request and
 //                                    the whole answer (the proxy bounds its
 //                                    own directory work at 30 seconds)
+//   certificate-file = "/etc/quarry/quarrycam.pem"  the host's own
+//   key-file = "/etc/quarry/quarrycam.key"          certificate and key,
+//                                    presented to the proxy, which serves
+//                                    enrolled hosts only ("quarryauthctl
+//                                    host-cert create" makes them)
 #ifndef QUARRYCAM_CAMSETTINGS_H
 #define QUARRYCAM_CAMSETTINGS_H
+
+#include <string>
 
 namespace quarrycam {
 
 struct CamSettings {
+  std::string certificateFile = "/etc/quarry/quarrycam.pem";
+  std::string keyFile = "/etc/quarry/quarrycam.key";
   int port = 443;
   int connectTimeoutSeconds = 5;
   int replyTimeoutSeconds = 40;

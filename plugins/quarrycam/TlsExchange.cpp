@@ -6,6 +6,8 @@
 #include <openssl/evp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <syslog.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -128,6 +130,28 @@ CAMProxyResult CheckCertificate(SSL* ssl, const ServerCheck& check) {
              : CAM_PROXY_CERTIFICATE_NOT_VERIFIED;
 }
 
+// The host's own certificate and key, presented to the proxy. A host that
+// has none asks without (the proxy tells it so); one whose files cannot be
+// used is a configuration fault.
+CAMProxyResult PresentHostCertificate(SSL_CTX* context,
+                                      const CamSettings& settings) {
+  if (::access(settings.certificateFile.c_str(), F_OK) != 0 &&
+      errno == ENOENT) {
+    return CAM_PROXY_SUCCESS;
+  }
+  if (SSL_CTX_use_certificate_chain_file(
+          context, settings.certificateFile.c_str()) != 1 ||
+      SSL_CTX_use_PrivateKey_file(context, settings.keyFile.c_str(),
+                                  SSL_FILETYPE_PEM) != 1 ||
+      SSL_CTX_check_private_key(context) != 1) {
+    ERR_clear_error();
+    syslog(LOG_ERR, "quarrycam: cannot use the host certificate %s with the key %s",
+           settings.certificateFile.c_str(), settings.keyFile.c_str());
+    return kBadConfiguration;
+  }
+  return CAM_PROXY_SUCCESS;
+}
+
 SslContextPointer MakeContext() {
   SslContextPointer context(SSL_CTX_new(TLS_client_method()));
   if (!context) return context;
@@ -153,6 +177,10 @@ CAMProxyResult ExchangeOverTls(const std::string& address,
   if (result != CAM_PROXY_SUCCESS) return result;
 
   const SslContextPointer context = MakeContext();
+  if (context) {
+    result = PresentHostCertificate(context.get(), settings);
+    if (result != CAM_PROXY_SUCCESS) return result;
+  }
   const SslPointer ssl(context ? SSL_new(context.get()) : nullptr);
   if (!ssl || SSL_set_fd(ssl.get(), socket.Get()) != 1) {
     ERR_clear_error();
