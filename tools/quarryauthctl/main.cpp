@@ -12,6 +12,7 @@
 
 #include "Command.h"
 #include "DirectoryCommands.h"
+#include "HostCertCommands.h"
 #include "ExitStatus.h"
 #include "JoinCommands.h"
 #include "LibraryLog.h"
@@ -128,6 +129,7 @@ int main(int argc, char** argv) {
   AddStatusCommand(app, chosen);
   AddJoinCommands(app, chosen);
   AddDirectoryCommands(app, chosen);
+  AddHostCertCommands(app, chosen);
   AddPamCommands(app, chosen);
   AddNssCommands(app, chosen);
   try {
