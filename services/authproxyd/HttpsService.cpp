@@ -1,7 +1,11 @@
 #include "services/authproxyd/HttpsService.h"
 
 #include <httplib.h>
+#include <openssl/ssl.h>
 #include <syslog.h>
+
+#include "services/authproxyd/ClientIdentity.h"
+#include "services/authproxyd/Enrolment.h"
 
 namespace quarry::authproxyd {
 
@@ -17,17 +21,67 @@ void Send(httplib::Response& response, const Answer& answer) {
   response.set_content(answer.body, kJson);
 }
 
+// Every client certificate passes the handshake: whether it stands for a
+// host is decided per request (enrolled, or issued by a trusted
+// authority), so that a refusal reaches the client with words instead of a
+// bare TLS alert.
+int AcceptForLaterCheck(int, X509_STORE_CTX*) { return 1; }
+
+bool SetUpTls(const ProxySettings& settings, SSL_CTX& context) {
+  SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION);
+  if (SSL_CTX_use_certificate_chain_file(
+          &context, settings.certificateFile.c_str()) != 1 ||
+      SSL_CTX_use_PrivateKey_file(&context, settings.keyFile.c_str(),
+                                  SSL_FILETYPE_PEM) != 1 ||
+      SSL_CTX_check_private_key(&context) != 1) {
+    return false;
+  }
+  if (!settings.clientCaFile.empty() &&
+      SSL_CTX_load_verify_locations(&context, settings.clientCaFile.c_str(),
+                                    nullptr) != 1) {
+    return false;
+  }
+  SSL_CTX_set_verify(&context, SSL_VERIFY_PEER, AcceptForLaterCheck);
+  return true;
+}
+
+// Who asks, from the TLS session: the certificate and whether its chain
+// was verified against the trusted authorities.
+ClientIdentity Identify(const httplib::Request& request,
+                        const ProxySettings& settings) {
+  X509* certificate = nullptr;
+  bool issuedByTrustedAuthority = false;
+  if (request.ssl != nullptr) {
+    certificate = SSL_get0_peer_certificate(request.ssl);
+    issuedByTrustedAuthority = !settings.clientCaFile.empty() &&
+                               SSL_get_verify_result(request.ssl) == X509_V_OK;
+  }
+  Enrolment enrolment;
+  try {
+    enrolment = ReadEnrolment(settings.enrolmentFile);
+  } catch (const SettingsError& error) {
+    // Nobody is enrolled while the list cannot be read.
+    syslog(LOG_ERR, "%s", error.what());
+  }
+  return IdentifyClient(request.remote_addr, certificate,
+                        issuedByTrustedAuthority, enrolment);
+}
+
 }  // namespace
 
 HttpsService::HttpsService(const ProxySettings& settings,
                            ProxyRequests& requests)
     : settings_(settings),
-      server_(new httplib::SSLServer(settings.certificateFile.c_str(),
-                                     settings.keyFile.c_str())) {
+      server_(new httplib::SSLServer(
+          [&settings](SSL_CTX& context) { return SetUpTls(settings, context); })) {
   if (!server_->is_valid()) {
     throw SettingsError("cannot use the certificate " +
                         settings.certificateFile + " with the key " +
-                        settings.keyFile);
+                        settings.keyFile +
+                        (settings.clientCaFile.empty()
+                             ? std::string()
+                             : " and the client authorities in " +
+                                   settings.clientCaFile));
   }
   server_->set_read_timeout(kIoTimeoutSeconds, 0);
   server_->set_write_timeout(kIoTimeoutSeconds, 0);
@@ -45,14 +99,17 @@ HttpsService::HttpsService(const ProxySettings& settings,
         Send(response, ErrorAnswer(403, "this address may not use the proxy"));
         return httplib::Server::HandlerResponse::Handled;
       });
-  server_->Get("/api/v1/domain", [&requests](const httplib::Request& request,
-                                            httplib::Response& response) {
-    Send(response, requests.DomainInfo(request.remote_addr));
+  const ProxySettings& known = settings_;
+  server_->Get("/api/v1/domain", [&requests, &known](
+                                     const httplib::Request& request,
+                                     httplib::Response& response) {
+    Send(response, requests.DomainInfo(Identify(request, known)));
   });
-  server_->Post("/api/v1/computers", [&requests](
+  server_->Post("/api/v1/computers", [&requests, &known](
                                          const httplib::Request& request,
                                          httplib::Response& response) {
-    Send(response, requests.CreateComputer(request.remote_addr, request.body));
+    Send(response,
+         requests.CreateComputer(Identify(request, known), request.body));
   });
   // Answers of the requests above carry their own body; only the library's
   // own refusals (no such path, too large) get one here.

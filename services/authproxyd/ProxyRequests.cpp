@@ -2,6 +2,9 @@
 
 #include <syslog.h>
 
+#include <algorithm>
+#include <cctype>
+
 #include <nlohmann/json.hpp>
 
 #include "services/authproxyd/AccountRules.h"
@@ -21,6 +24,14 @@ Answer DirectoryFailure(const std::string& client, const std::string& asked,
   return ErrorAnswer(error.TimedOut() ? 504 : 502, error.what());
 }
 
+bool SameHostName(const std::string& left, const std::string& right) {
+  return left.size() == right.size() &&
+         std::equal(left.begin(), left.end(), right.begin(),
+                    [](unsigned char a, unsigned char b) {
+                      return std::tolower(a) == std::tolower(b);
+                    });
+}
+
 // The string member key of request, or empty when absent; false when the
 // member is there but not a string.
 bool StringMember(const json& request, const char* key, std::string& value) {
@@ -37,22 +48,26 @@ Answer ErrorAnswer(int status, const std::string& text) {
   return Answer{status, json{{"error", text}}.dump()};
 }
 
-Answer ProxyRequests::DomainInfo(const std::string& client) {
+Answer ProxyRequests::DomainInfo(const ClientIdentity& client) {
+  const Answer refused = RefuseUnenrolled(client, "the domain");
+  if (!refused.body.empty()) return refused;
   try {
     const DomainIdentity identity = directory_.Domain();
-    syslog(LOG_INFO, "told %s the domain %s", client.c_str(),
+    syslog(LOG_INFO, "told %s the domain %s", client.Describe().c_str(),
            identity.dnsName.c_str());
     return Answer{200, json{{"netbiosName", identity.netbiosName},
                             {"dnsName", identity.dnsName},
                             {"sid", identity.sid}}
                            .dump()};
   } catch (const DirectoryError& error) {
-    return DirectoryFailure(client, "domain information", error);
+    return DirectoryFailure(client.Describe(), "domain information", error);
   }
 }
 
-Answer ProxyRequests::CreateComputer(const std::string& client,
+Answer ProxyRequests::CreateComputer(const ClientIdentity& client,
                                      const std::string& body) {
+  const Answer refused = RefuseUnenrolled(client, "a computer account");
+  if (!refused.body.empty()) return refused;
   const json request = json::parse(body, nullptr, false);
   std::string hostName;
   std::string container;
@@ -62,23 +77,26 @@ Answer ProxyRequests::CreateComputer(const std::string& client,
                             "members hostName and container");
   }
   if (!IsValidHostName(hostName)) {
-    syslog(LOG_WARNING, "refused %s a computer account: invalid host name",
-           client.c_str());
-    return ErrorAnswer(400, "\"" + hostName +
-                                "\" is not a fully qualified host name");
+    return Refuse(client, "a computer account", 400,
+                  "\"" + hostName + "\" is not a fully qualified host name");
+  }
+  if (!SameHostName(hostName, client.hostName)) {
+    return Refuse(client, "a computer account for " + hostName, 403,
+                  "this client's certificate is enrolled for " +
+                      client.hostName + ", not " + hostName);
   }
   if (!IsNameInDomain(hostName, settings_.domain)) {
-    return Refuse(client, hostName, 403,
+    return Refuse(client, "a computer account for " + hostName, 403,
                   "\"" + hostName + "\" is not a name in the domain " +
                       settings_.domain);
   }
   if (!container.empty() && !IsPlausibleContainer(container)) {
-    return Refuse(client, hostName, 400,
+    return Refuse(client, "a computer account for " + hostName, 400,
                   "\"" + container + "\" is not a distinguished name");
   }
   if (!container.empty() &&
       !IsWithinContainer(container, settings_.baseContainer)) {
-    return Refuse(client, hostName, 403,
+    return Refuse(client, "a computer account for " + hostName, 403,
                   "the container \"" + container +
                       "\" is not under the proxy's base container \"" +
                       settings_.baseContainer + "\"");
@@ -88,21 +106,41 @@ Answer ProxyRequests::CreateComputer(const std::string& client,
     const std::string dn =
         directory_.CreateComputer(hostName, container, password);
     syslog(LOG_NOTICE, "created computer account %s for %s", dn.c_str(),
-           client.c_str());
+           client.Describe().c_str());
     return Answer{200, json{{"dn", dn}, {"oneTimePassword", password}}.dump()};
   } catch (const AccountConflict& conflict) {
-    return Refuse(client, hostName, 409, conflict.what());
+    return Refuse(client, "a computer account for " + hostName, 409, conflict.what());
   } catch (const DirectoryError& error) {
-    return DirectoryFailure(client, "computer account " + hostName, error);
+    return DirectoryFailure(client.Describe(), "computer account " + hostName,
+                            error);
   }
 }
 
-Answer ProxyRequests::Refuse(const std::string& client,
-                             const std::string& hostName, int status,
+Answer ProxyRequests::Refuse(const ClientIdentity& client,
+                             const std::string& asked, int status,
                              const std::string& why) const {
-  syslog(LOG_WARNING, "refused %s a computer account for %s: %s",
-         client.c_str(), hostName.c_str(), why.c_str());
+  syslog(LOG_WARNING, "refused %s %s: %s", client.Describe().c_str(),
+         asked.c_str(), why.c_str());
   return ErrorAnswer(status, why);
+}
+
+Answer ProxyRequests::RefuseUnenrolled(const ClientIdentity& client,
+                                       const std::string& asked) const {
+  if (client.thumbprint.empty()) {
+    return Refuse(client, asked, 403,
+                  "this proxy serves enrolled hosts only, and the client "
+                  "presented no certificate; create the host's certificate "
+                  "with 'quarryauthctl host-cert create' and have it "
+                  "enrolled with 'quarry-authproxyd enroll'");
+  }
+  if (client.hostName.empty()) {
+    return Refuse(client, asked, 403,
+                  "the client certificate " + client.thumbprint +
+                      " is not enrolled with this proxy; enrol it with "
+                      "'quarry-authproxyd enroll HOST --thumbprint " +
+                      client.thumbprint + "'");
+  }
+  return Answer{200, std::string()};
 }
 
 }  // namespace quarry::authproxyd

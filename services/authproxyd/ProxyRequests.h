@@ -11,10 +11,12 @@
 //     200 {"dn": "CN=NODE1,CN=Computers,DC=ad,DC=test",
 //          "oneTimePassword": "..."}
 //
-// Failures answer {"error": "why"} with 400 (not a JSON object, a host name
-// that is not valid, a container that is not a DN), 403 (a client outside
-// allowed-networks, a host name outside the proxy's domain, a container
-// outside its base container), 404 (no such request), 409 (an existing
+// Only enrolled hosts are served (ClientIdentity.h), and a host only for its
+// own name. Failures answer {"error": "why"} with 400 (not a JSON object, a
+// host name that is not valid, a container that is not a DN), 403 (a client
+// outside allowed-networks, without a certificate, with one that is not
+// enrolled or is enrolled for another host, a host name outside the proxy's
+// domain, a container outside its base container), 404 (no such request), 409 (an existing
 // account that the proxy may not reset), 502 (the directory refused) or 504
 // (the directory did not answer in time). Every refusal is logged with the
 // client.
@@ -24,6 +26,7 @@
 #include <string>
 
 #include "services/authproxyd/AdcliDirectory.h"
+#include "services/authproxyd/ClientIdentity.h"
 #include "services/authproxyd/ProxySettings.h"
 
 namespace quarry::authproxyd {
@@ -38,12 +41,16 @@ class ProxyRequests {
   ProxyRequests(AdcliDirectory& directory, const ProxySettings& settings)
       : directory_(directory), settings_(settings) {}
 
-  Answer DomainInfo(const std::string& client);
-  Answer CreateComputer(const std::string& client, const std::string& body);
+  Answer DomainInfo(const ClientIdentity& client);
+  Answer CreateComputer(const ClientIdentity& client, const std::string& body);
 
  private:
-  Answer Refuse(const std::string& client, const std::string& hostName,
-               int status, const std::string& why) const;
+  Answer Refuse(const ClientIdentity& client, const std::string& asked,
+                int status, const std::string& why) const;
+  // The refusal of a client whose certificate stands for no host; empty
+  // body when it stands for one.
+  Answer RefuseUnenrolled(const ClientIdentity& client,
+                          const std::string& asked) const;
 
   AdcliDirectory& directory_;
   const ProxySettings& settings_;

@@ -15,6 +15,7 @@
 namespace quarry::authproxyd {
 
 const char kDefaultSettingsPath[] = "/etc/quarry/authproxyd.conf";
+const char kDefaultEnrolmentPath[] = "/etc/quarry/authproxyd.enrolled";
 
 namespace {
 
@@ -24,7 +25,7 @@ const std::set<std::string> kKnownKeys = {
     "listen-address", "port",         "certificate-file", "key-file",
     "domain",         "domain-controller", "service-user", "password-file",
     "allowed-networks", "default-container", "base-container",
-    "adcli-timeout-seconds"};
+    "enrolment-file", "client-ca-file", "adcli-timeout-seconds"};
 
 class Reader {
  public:
@@ -174,6 +175,9 @@ ProxySettings ReadProxySettings(const std::string& path) {
                 "\" is not under base-container \"" + settings.baseContainer +
                 "\"");
   }
+  settings.enrolmentFile =
+      reader.Optional("enrolment-file", kDefaultEnrolmentPath);
+  settings.clientCaFile = reader.Optional("client-ca-file", "");
   settings.adcliTimeoutSeconds =
       reader.Number("adcli-timeout-seconds", 30, 1, 600);
   return settings;

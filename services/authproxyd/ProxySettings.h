@@ -16,6 +16,11 @@
 //                                       are created and reset only at or
 //                                       under it; else the default
 //                                       container, else CN=Computers
+//   enrolment-file = "/etc/quarry/authproxyd.enrolled"  optional: the
+//                                       enrolled hosts (Enrolment.h)
+//   client-ca-file = "/etc/quarry/hosts-ca.pem"  optional: hosts with a
+//                                       certificate issued by these
+//                                       authorities are served too
 //   adcli-timeout-seconds = "30"        optional; bounds one request's adcli
 //                                       runs together
 #ifndef QUARRY_AUTHPROXYD_PROXYSETTINGS_H
@@ -30,6 +35,7 @@
 namespace quarry::authproxyd {
 
 extern const char kDefaultSettingsPath[];
+extern const char kDefaultEnrolmentPath[];
 
 struct ProxySettings {
   std::string listenAddress = "0.0.0.0";
@@ -43,6 +49,8 @@ struct ProxySettings {
   std::vector<Ipv4Network> allowedNetworks;
   std::string defaultContainer;
   std::string baseContainer;  // never empty once read
+  std::string enrolmentFile;
+  std::string clientCaFile;  // empty: enrolled certificates only
   int adcliTimeoutSeconds = 30;
 };
 

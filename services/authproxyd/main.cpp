@@ -3,6 +3,9 @@
 // passwords, so that hosts can join without an administrator's password.
 //
 //   quarry-authproxyd [-c FILE] [--foreground] | --help | --version
+//   quarry-authproxyd [-c FILE] enroll HOST --certificate PEM | --thumbprint T
+//   quarry-authproxyd [-c FILE] revoke HOST|THUMBPRINT
+//   quarry-authproxyd [-c FILE] list
 //
 // FILE defaults to /etc/quarry/authproxyd.conf (see ProxySettings.h).
 // Without --foreground the service detaches; it logs to syslog, and in the
@@ -14,12 +17,14 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <thread>
 
 #include "services/authproxyd/AdcliDirectory.h"
+#include "services/authproxyd/EnrolmentCommands.h"
 #include "services/authproxyd/HttpsService.h"
 #include "services/authproxyd/ProxyRequests.h"
 #include "services/authproxyd/ProxySettings.h"
@@ -35,6 +40,7 @@ constexpr int kFailure = 1;
 struct Options {
   std::string settingsPath = kDefaultSettingsPath;
   bool foreground = false;
+  std::function<int()> command;  // an enrolment command instead of serving
 };
 
 // Fills options from the command line; returns the exit status when the
@@ -50,6 +56,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
       ->capture_default_str();
   app.add_flag("--foreground", options.foreground,
                "Stay in the foreground and log to standard error as well");
+  AddEnrolmentCommands(app, options.settingsPath, options.command);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -105,6 +112,7 @@ int main(int argc, char** argv) {
   if (const std::optional<int> status = ParseOptions(argc, argv, options)) {
     return *status;
   }
+  if (options.command) return options.command();
   ::signal(SIGPIPE, SIG_IGN);
   const sigset_t signals = StopSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);

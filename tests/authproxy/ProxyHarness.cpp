@@ -25,6 +25,31 @@ void MakeCertificate(const std::string& name) {
         name + ".pem 2>/dev/null");
 }
 
+void MakeHostCertificate(const std::string& host) {
+  Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 "
+        "-nodes -days 2 -subj /CN=" + host + " -addext subjectAltName=DNS:" +
+        host + " -keyout /etc/quarry/" + host + ".key -out /etc/quarry/" +
+        host + ".pem 2>/dev/null");
+}
+
+std::string OpensslSha256Thumbprint(const std::string& pemPath) {
+  Shell("openssl x509 -in " + pemPath +
+        " -noout -fingerprint -sha256 | cut -d= -f2 > /tmp/thumbprint.txt");
+  std::string text = ReadFile("/tmp/thumbprint.txt");
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
+}
+
+void UseHostCertificate(const std::string& host) {
+  if (host.empty()) {
+    Shell("rm -f /etc/quarry/quarrycam.conf");
+    return;
+  }
+  quarry_test::WriteFile("/etc/quarry/quarrycam.conf",
+            "certificate-file = \"/etc/quarry/" + host + ".pem\"\n"
+            "key-file = \"/etc/quarry/" + host + ".key\"\n");
+}
+
 std::string OpensslThumbprint(const std::string& pemPath) {
   Shell("openssl x509 -in " + pemPath +
         " -noout -fingerprint -sha1 | cut -d= -f2 > /tmp/thumbprint.txt");

@@ -17,6 +17,13 @@ namespace authproxy_test {
 void MakeCertificate(const std::string& name);
 // Its SHA-1 thumbprint as openssl prints it (upper-case pairs and ':').
 std::string OpensslThumbprint(const std::string& pemPath);
+// A host's self-signed client certificate /etc/quarry/<host>.pem (common
+// name and DNS name host) with key <host>.key.
+void MakeHostCertificate(const std::string& host);
+// Its SHA-256 thumbprint as openssl prints it: what the proxy enrols.
+std::string OpensslSha256Thumbprint(const std::string& pemPath);
+// Has the quarrycam plug-in present host's certificate (none: empty).
+void UseHostCertificate(const std::string& host);
 
 // A background process whose standard input is /dev/null and whose output
 // goes to logPath; stopped (SIGTERM, then SIGKILL) when destroyed. With

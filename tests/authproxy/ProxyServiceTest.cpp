@@ -2,6 +2,7 @@
 // quarrycam plug-in and with curl.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 
@@ -40,6 +41,26 @@ class ProxyServiceTest : public ::testing::Test {
     ::chmod("/etc/quarry/authproxyd.secret", 0600);
     Shell("mkdir -p /var/lib/fake-adcli /var/lib/fake-adcli-bin && cp " FAKE_ADCLI
           " /var/lib/fake-adcli-bin/adcli");
+    // This host is node1.ad.test, enrolled when the proxy starts.
+    MakeHostCertificate("node1.ad.test");
+    UseHostCertificate("node1.ad.test");
+    host_ = "node1.ad.test";
+  }
+
+  // The proxy's command line tool on the test's settings: exit status.
+  static int Authproxyd(const std::string& arguments) {
+    const int status = std::system((std::string(AUTHPROXYD) + " -c " + kSettings +
+                                    " " + arguments + " > /tmp/authproxyd.out "
+                                    "2> /tmp/authproxyd.err")
+                                       .c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  static void Enroll(const std::string& host) {
+    ASSERT_EQ(Authproxyd("enroll " + host + " --certificate /etc/quarry/" +
+                         host + ".pem"),
+              0)
+        << ReadFile("/tmp/authproxyd.err");
   }
 
   void Configure(const std::string& extra,
@@ -49,6 +70,7 @@ class ProxyServiceTest : public ::testing::Test {
   }
 
   void StartProxy(bool ignoreChildSignal = false) {
+    Enroll("node1.ad.test");
     proxy_.reset(new Daemon({AUTHPROXYD, "-c", kSettings, "--foreground"},
                             kLog,
                             std::string("/var/lib/fake-adcli-bin:") +
@@ -67,14 +89,19 @@ class ProxyServiceTest : public ::testing::Test {
                   ".args");
   }
 
-  // curl's status code and the body it received.
-  static std::pair<std::string, std::string> Curl(const std::string& options) {
+  // curl's status code and the body it received, as the current host asks.
+  std::pair<std::string, std::string> Curl(const std::string& options) const {
+    const std::string identity =
+        host_.empty() ? std::string()
+                      : "--cert /etc/quarry/" + host_ + ".pem --key /etc/quarry/" +
+                            host_ + ".key ";
     Shell("curl -sk --max-time 20 -o /tmp/curl.body -w '%{http_code}' " +
-          options + " > /tmp/curl.code");
+          identity + options + " > /tmp/curl.code");
     return {ReadFile("/tmp/curl.code"), ReadFile("/tmp/curl.body")};
   }
 
   std::string thumbprint_;
+  std::string host_;  // whose certificate curl presents; empty: none
   CamPlugin plugin_;
   std::unique_ptr<Daemon> proxy_;
 };
@@ -118,6 +145,9 @@ TEST_F(ProxyServiceTest, CreatesAnAccountWithAFreshOneTimePassword) {
                 account.oneTimePassword + "\nnode1.ad.test\n");
   EXPECT_EQ(Call(1, "stdin"), "Proxy-Secret-1\n");
 
+  MakeHostCertificate("node2.ad.test");
+  Enroll("node2.ad.test");
+  UseHostCertificate("node2.ad.test");
   const CamPlugin::Account again = plugin_.CreateMachineAccount(
       kServer, "node2.ad.test", "OU=Servers,DC=ad,DC=test", true, thumbprint_);
   ASSERT_EQ(again.result, CAM_PROXY_SUCCESS);
@@ -180,6 +210,10 @@ TEST_F(ProxyServiceTest, RefusesToResetAnAccountOutsideTheBaseContainer) {
   WriteFile(std::string(kRecords) + "/existing",
             "OU=Domain Controllers,DC=ad,DC=test");
   StartProxy();
+  MakeHostCertificate("fs01.ad.test");
+  Enroll("fs01.ad.test");
+  UseHostCertificate("fs01.ad.test");
+  host_ = "fs01.ad.test";
   const CamPlugin::Account account = plugin_.CreateMachineAccount(
       kServer, "fs01.ad.test", "", true, thumbprint_);
   EXPECT_EQ(account.result, 1316u);
@@ -198,10 +232,12 @@ TEST_F(ProxyServiceTest, RefusesToResetAnAccountOutsideTheBaseContainer) {
   EXPECT_FALSE(Called(3));
   EXPECT_FALSE(Exists(std::string(kRecords) + "/deleted"));
   EXPECT_EQ(proxy_->Stop(), 0);
-  EXPECT_NE(ReadFile(kLog).find("refused 127.0.0.1 a computer account for "
-                                "fs01.ad.test: the computer account for "
-                                "fs01.ad.test exists as CN=FS01,OU=Domain "
-                                "Controllers,DC=ad,DC=test"),
+  EXPECT_NE(ReadFile(kLog).find(
+                "refused 127.0.0.1 (certificate " +
+                OpensslSha256Thumbprint("/etc/quarry/fs01.ad.test.pem") +
+                " for fs01.ad.test) a computer account for fs01.ad.test: the "
+                "computer account for fs01.ad.test exists as CN=FS01,OU=Domain "
+                "Controllers,DC=ad,DC=test"),
             std::string::npos)
       << ReadFile(kLog);
 }
@@ -215,14 +251,27 @@ TEST_F(ProxyServiceTest, RefusesNamesOutsideItsDomainAndContainersOutsideItsBase
                  "\"container\":\"OU=Domain Controllers,DC=ad,DC=test\"}' "
                  "https://127.0.0.1/api/v1/computers"),
             std::make_pair(std::string("403"),
-                           std::string("{\"error\":\"\\\"fs01.evil.example\\\" "
+                           std::string("{\"error\":\"this client's certificate "
+                                       "is enrolled for node1.ad.test, not "
+                                       "fs01.evil.example\"}")));
+  // Even a host enrolled under a name outside the domain gets nothing.
+  MakeHostCertificate("node9.bad.test");
+  Shell("echo '" + OpensslSha256Thumbprint("/etc/quarry/node9.bad.test.pem") +
+        " = \"node9.bad.test\"' >> /etc/quarry/authproxyd.enrolled");
+  UseHostCertificate("node9.bad.test");
+  host_ = "node9.bad.test";
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"node9.bad.test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"\\\"node9.bad.test\\\" "
                                        "is not a name in the domain ad.test\"}")));
-  // A name that merely ends in the same letters is not in the domain.
-  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "fs01.bad.test", "", true,
+  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "node9.bad.test", "", true,
                                          thumbprint_)
                 .result,
             5u);
-  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"fs01.ad.test\","
+  UseHostCertificate("node1.ad.test");
+  host_ = "node1.ad.test";
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"node1.ad.test\","
                  "\"container\":\"OU=Domain Controllers,DC=ad,DC=test\"}' "
                  "https://127.0.0.1/api/v1/computers"),
             std::make_pair(
@@ -240,11 +289,153 @@ TEST_F(ProxyServiceTest, RefusesNamesOutsideItsDomainAndContainersOutsideItsBase
   EXPECT_FALSE(Called(2));
   EXPECT_EQ(proxy_->Stop(), 0);
   const std::string log = ReadFile(kLog);
-  EXPECT_NE(log.find("refused 127.0.0.1 a computer account for "
-                     "fs01.evil.example: \"fs01.evil.example\" is not a name in "
+  EXPECT_NE(log.find(" for node9.bad.test) a computer account for "
+                     "node9.bad.test: \"node9.bad.test\" is not a name in "
                      "the domain ad.test"),
             std::string::npos)
       << log;
+}
+
+// Only enrolled hosts are served, and each only for its own name.
+TEST_F(ProxyServiceTest, RefusesClientsWithoutAnEnrolledCertificate) {
+  Configure("");
+  StartProxy();
+  const std::string node1 = OpensslSha256Thumbprint("/etc/quarry/node1.ad.test.pem");
+
+  host_.clear();
+  EXPECT_EQ(Curl("https://127.0.0.1/api/v1/domain"),
+            std::make_pair(
+                std::string("403"),
+                std::string("{\"error\":\"this proxy serves enrolled hosts "
+                            "only, and the client presented no certificate; "
+                            "create the host's certificate with 'quarryauthctl "
+                            "host-cert create' and have it enrolled with "
+                            "'quarry-authproxyd enroll'\"}")));
+  UseHostCertificate("");
+  EXPECT_EQ(plugin_.GetDomainInfo(kServer, true, thumbprint_).result, 5u);
+
+  MakeHostCertificate("node3.ad.test");
+  const std::string node3 = OpensslSha256Thumbprint("/etc/quarry/node3.ad.test.pem");
+  host_ = "node3.ad.test";
+  UseHostCertificate("node3.ad.test");
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"node3.ad.test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("403"),
+                           "{\"error\":\"the client certificate " + node3 +
+                               " is not enrolled with this proxy; enrol it "
+                               "with 'quarry-authproxyd enroll HOST "
+                               "--thumbprint " + node3 + "'\"}"));
+  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "node3.ad.test", "", true,
+                                         thumbprint_)
+                .result,
+            5u);
+
+  // node1 asks for node2's account.
+  host_ = "node1.ad.test";
+  UseHostCertificate("node1.ad.test");
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"node2.ad.test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"this client's certificate "
+                                       "is enrolled for node1.ad.test, not "
+                                       "node2.ad.test\"}")));
+
+  // A revoked certificate is refused from the next request on.
+  ASSERT_EQ(Authproxyd("revoke node1.ad.test"), 0);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"),
+            "Revoked the certificate " + node1 + " of node1.ad.test.\n");
+  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "node1.ad.test", "", true,
+                                         thumbprint_)
+                .result,
+            5u);
+  EXPECT_FALSE(Called(1));
+  EXPECT_EQ(proxy_->Stop(), 0);
+  const std::string log = ReadFile(kLog);
+  for (const std::string& line :
+       {std::string("refused 127.0.0.1 (no certificate) the domain: this proxy "
+                    "serves enrolled hosts only"),
+        "refused 127.0.0.1 (certificate " + node3 +
+            ", not enrolled) a computer account: the client certificate",
+        "refused 127.0.0.1 (certificate " + node1 +
+            " for node1.ad.test) a computer account for node2.ad.test: this "
+            "client's certificate is enrolled for node1.ad.test, not "
+            "node2.ad.test"}) {
+    EXPECT_NE(log.find(line), std::string::npos) << line << "\n" << log;
+  }
+}
+
+TEST_F(ProxyServiceTest, ServesHostsWhoseCertificateATrustedAuthorityIssued) {
+  Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-days 2 -subj /CN=Hosts-CA -keyout /etc/quarry/hosts-ca.key "
+        "-out /etc/quarry/hosts-ca.pem 2>/dev/null");
+  WriteFile("/etc/quarry/node5.ext", "subjectAltName=DNS:node5.ad.test\n");
+  Shell("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-subj /CN=node5.ad.test -keyout /etc/quarry/node5.ad.test.key "
+        "-out /tmp/node5.csr 2>/dev/null && "
+        "openssl x509 -req -in /tmp/node5.csr -CA /etc/quarry/hosts-ca.pem "
+        "-CAkey /etc/quarry/hosts-ca.key -CAcreateserial -days 2 "
+        "-extfile /etc/quarry/node5.ext "
+        "-out /etc/quarry/node5.ad.test.pem 2>/dev/null");
+  Configure("client-ca-file = \"/etc/quarry/hosts-ca.pem\"\n");
+  StartProxy();
+  UseHostCertificate("node5.ad.test");
+  host_ = "node5.ad.test";
+  const CamPlugin::Account account = plugin_.CreateMachineAccount(
+      kServer, "node5.ad.test", "", true, thumbprint_);
+  EXPECT_EQ(account.result, CAM_PROXY_SUCCESS) << ReadFile(kLog);
+  EXPECT_EQ(account.dn, "CN=NODE5,CN=Computers,DC=ad,DC=test");
+  EXPECT_EQ(Curl("-X POST -d '{\"hostName\":\"node6.ad.test\"}' "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"this client's certificate "
+                                       "is enrolled for node5.ad.test, not "
+                                       "node6.ad.test\"}")));
+  // A self-signed certificate of the same name is not the authority's.
+  MakeHostCertificate("node7.ad.test");
+  UseHostCertificate("node7.ad.test");
+  EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "node7.ad.test", "", true,
+                                         thumbprint_)
+                .result,
+            5u);
+  EXPECT_TRUE(Called(1));
+  EXPECT_FALSE(Called(2));
+}
+
+TEST_F(ProxyServiceTest, EnrolsListsAndRevokesHosts) {
+  Configure("");
+  MakeHostCertificate("node2.ad.test");
+  const std::string node2 = OpensslSha256Thumbprint("/etc/quarry/node2.ad.test.pem");
+  ASSERT_EQ(Authproxyd("enroll NODE2.ad.test --thumbprint " + node2), 0);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"),
+            "Enrolled node2.ad.test with the certificate " + node2 + ".\n");
+  ASSERT_EQ(Authproxyd("list"), 0);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"), "node2.ad.test " + node2 + "\n");
+  struct stat status;
+  ASSERT_EQ(::stat("/etc/quarry/authproxyd.enrolled", &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0640u);
+
+  EXPECT_EQ(Authproxyd("enroll node2.evil.example --thumbprint " + node2), 2);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+            "quarry-authproxyd: \"node2.evil.example\" is not a name in the "
+            "domain ad.test\n");
+  EXPECT_EQ(Authproxyd("enroll node3.ad.test --thumbprint AB:CD"), 2);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+            "quarry-authproxyd: \"AB:CD\" is not a SHA-256 thumbprint (32 "
+            "hexadecimal pairs joined by ':', as 'quarryauthctl host-cert "
+            "thumbprint' shows it)\n");
+  EXPECT_EQ(Authproxyd("enroll node3.ad.test --certificate /etc/quarry/none.pem"), 1);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+            "quarry-authproxyd: cannot read the certificate /etc/quarry/none.pem\n");
+  EXPECT_EQ(Authproxyd("revoke node4.ad.test"), 1);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+            "quarry-authproxyd: no enrolled host or certificate is "
+            "\"node4.ad.test\"\n");
+  // Nothing that was refused changed the list.
+  ASSERT_EQ(Authproxyd("list"), 0);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"), "node2.ad.test " + node2 + "\n");
+  ASSERT_EQ(Authproxyd("revoke " + node2), 0);
+  ASSERT_EQ(Authproxyd("list"), 0);
+  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"), "");
 }
 
 TEST_F(ProxyServiceTest, RefusesClientsOutsideTheAllowedNetworks) {

@@ -69,9 +69,13 @@ std::string ComputerAttribute(const std::string& name,
   return text.substr(start, text.find('\n', start) - start);
 }
 
-// What the proxy answers curl from this host: status code, then body.
-std::pair<std::string, std::string> AskProxy(const std::string& body) {
-  Shell("curl -sk --max-time 60 -o /tmp/curl.body -w '%{http_code}' -X POST "
+// What the proxy answers curl from this host, presenting the certificate
+// /etc/quarry/<identity>.pem: status code, then body.
+std::pair<std::string, std::string> AskProxy(
+    const std::string& body, const std::string& identity = "quarrycam") {
+  Shell("curl -sk --max-time 60 -o /tmp/curl.body -w '%{http_code}' "
+        "--cert /etc/quarry/" + identity + ".pem --key /etc/quarry/" +
+        identity + ".key -X POST "
         "-d '" + body + "' https://198.51.100.10/api/v1/computers"
         " > /tmp/curl.code");
   return {ReadFile("/tmp/curl.code"), ReadFile("/tmp/curl.body")};
@@ -116,6 +120,10 @@ class ProxyJoinEndToEndTest : public ::testing::Test {
     quarry_test::InstallPlugin(QUARRYADCLI_PLUGIN, "quarryadcli", true);
     quarry_test::InstallPlugin(QUARRYCAM_PLUGIN, "quarrycam", true);
     SetVerification(1);
+    // The proxy serves enrolled hosts only: this host makes its own
+    // certificate, and the proxy's administrator enrols it.
+    Shell(std::string(QUARRYAUTHCTL) +
+          " host-cert create --self-signed > /dev/null");
   }
 
   static void PrepareProxy() {
@@ -130,6 +138,9 @@ class ProxyJoinEndToEndTest : public ::testing::Test {
               "service-user = \"Administrator\"\n"
               "password-file = \"/etc/quarry/authproxyd.secret\"\n"
               "allowed-networks = \"198.51.100.1\"\n");
+    Shell(std::string(AUTHPROXYD) +
+          " enroll node1.ad.test --certificate /etc/quarry/quarrycam.pem"
+          " > /dev/null");
   }
 
   void StartProxy() {
@@ -216,21 +227,28 @@ TEST_F(ProxyJoinEndToEndTest, RefusesToTakeOverAnotherComputersAccount) {
   ASSERT_FALSE(fileServer.empty());
   ASSERT_FALSE(controller.empty());
 
-  EXPECT_EQ(AskProxy("{\"hostName\":\"fs01.evil.example\",\"container\":"
-                     "\"OU=Domain Controllers,DC=ad,DC=test\"}")
-                .first,
-            "403");
-  EXPECT_EQ(AskProxy("{\"hostName\":\"fs01.ad.test\",\"container\":"
-                     "\"OU=Domain Controllers,DC=ad,DC=test\"}")
-                .first,
-            "403");
-  const auto fileServerReset = AskProxy("{\"hostName\":\"fs01.ad.test\"}");
+  // This host, enrolled as node1.ad.test, asks for the other accounts.
+  for (const char* body :
+       {"{\"hostName\":\"fs01.evil.example\",\"container\":"
+        "\"OU=Domain Controllers,DC=ad,DC=test\"}",
+        "{\"hostName\":\"fs01.ad.test\",\"container\":"
+        "\"OU=Domain Controllers,DC=ad,DC=test\"}",
+        "{\"hostName\":\"fs01.ad.test\"}", "{\"hostName\":\"dc1.ad.test\"}"}) {
+    EXPECT_EQ(AskProxy(body).first, "403") << body;
+  }
+  // Even a certificate enrolled for the file server's own name cannot have
+  // its account, which lies outside the proxy's base container, reset.
+  MakeHostCertificate("fs01.ad.test");
+  Shell(std::string(AUTHPROXYD) +
+        " enroll fs01.ad.test --certificate /etc/quarry/fs01.ad.test.pem"
+        " > /dev/null");
+  const auto fileServerReset =
+      AskProxy("{\"hostName\":\"fs01.ad.test\"}", "fs01.ad.test");
   EXPECT_EQ(fileServerReset.first, "409") << fileServerReset.second;
   EXPECT_NE(fileServerReset.second.find(
                 "exists as CN=FS01,OU=FileServers,DC=ad,DC=test"),
             std::string::npos)
       << fileServerReset.second;
-  EXPECT_EQ(AskProxy("{\"hostName\":\"dc1.ad.test\"}").first, "409");
 
   EXPECT_EQ(ComputerAttribute("FS01", "objectGUID"), fileServer);
   EXPECT_EQ(ComputerDN("FS01"), "CN=FS01,OU=FileServers,DC=ad,DC=test");
@@ -238,13 +256,18 @@ TEST_F(ProxyJoinEndToEndTest, RefusesToTakeOverAnotherComputersAccount) {
   EXPECT_EQ(ComputerDN("DC1"), "CN=DC1,OU=Domain Controllers,DC=ad,DC=test");
   EXPECT_EQ(proxy_->Stop(), 0);
   const std::string log = ReadFile(kProxyLog);
-  EXPECT_NE(log.find("refused 198.51.100.1 a computer account for "
-                     "fs01.evil.example"),
-            std::string::npos)
-      << log;
-  EXPECT_NE(log.find("refused 198.51.100.1 a computer account for dc1.ad.test"),
-            std::string::npos)
-      << log;
+  for (const char* line :
+       {" for node1.ad.test) a computer account for fs01.evil.example: this "
+        "client's certificate is enrolled for node1.ad.test",
+        " for node1.ad.test) a computer account for dc1.ad.test: this client's "
+        "certificate is enrolled for node1.ad.test",
+        " for fs01.ad.test) a computer account for fs01.ad.test: the computer "
+        "account for fs01.ad.test exists as CN=FS01,OU=FileServers"}) {
+    EXPECT_NE(log.find(std::string("refused 198.51.100.1 (certificate ")),
+              std::string::npos)
+        << log;
+    EXPECT_NE(log.find(line), std::string::npos) << line << "\n" << log;
+  }
 }
 
 }  // namespace

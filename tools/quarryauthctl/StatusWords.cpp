@@ -8,7 +8,7 @@ namespace {
 
 const std::vector<StatusWords> kWords = {
     {2, "ERROR_FILE_NOT_FOUND", "a file that the operation needs is missing; see the file named above or in the system log"},
-    {5, "ERROR_ACCESS_DENIED", "the directory or the authentication proxy refused the request; use an account allowed to manage computer accounts, or have this host allowed by the proxy"},
+    {5, "ERROR_ACCESS_DENIED", "the directory or the authentication proxy refused the request; use an account allowed to manage computer accounts, or have this host allowed and its certificate enrolled by the proxy ('quarryauthctl host-cert thumbprint' shows it; the proxy's log says why)"},
     {8, "ERROR_NOT_ENOUGH_MEMORY", "the plug-in ran out of memory; check the host's memory and try again"},
     {86, "ERROR_INVALID_PASSWORD", "the password is wrong; type it again"},
     {87, "ERROR_INVALID_PARAMETER", "the directory or the proxy refused a name or a container given to it; check the domain, the organizational unit and the host name"},
