@@ -9,6 +9,21 @@
 namespace quarry::plugin {
 
 
+std::vector<std::string> SplitRelativeNames(const std::string& dn) {
+  std::vector<std::string> parts(1);
+  for (std::string::size_type i = 0; i < dn.size(); ++i) {
+    if (dn[i] == '\\' && i + 1 < dn.size()) {
+      parts.back() += dn.substr(i, 2);
+      ++i;
+    } else if (dn[i] == ',') {
+      parts.emplace_back();
+    } else {
+      parts.back() += dn[i];
+    }
+  }
+  return parts;
+}
+
 std::string DomainComponents(const std::string& domain) {
   std::istringstream labels(domain);
   std::string dn, label;

@@ -3,8 +3,13 @@
 #define QUARRY_PLUGIN_DISTINGUISHEDNAME_H
 
 #include <string>
+#include <vector>
 
 namespace quarry::plugin {
+
+// The parts of dn between the commas that no backslash escapes, as given
+// ("OU=Old\\, Hosts,DC=ad" gives "OU=Old\\, Hosts" and "DC=ad").
+std::vector<std::string> SplitRelativeNames(const std::string& dn);
 
 // "ad.test" gives "DC=ad,DC=test".
 std::string DomainComponents(const std::string& domain);

@@ -3,22 +3,15 @@
 #include <openssl/evp.h>
 #include <openssl/x509v3.h>
 
-#include <algorithm>
-#include <cctype>
 #include <memory>
 
+#include "PluginText.h"
 #include "common/ThumbprintText.h"
 #include "services/authproxyd/HostNameRules.h"
 
 namespace quarry::authproxyd {
 
 namespace {
-
-std::string Lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
 
 std::string Text(const ASN1_STRING* value) {
   if (value == nullptr) return std::string();
@@ -69,7 +62,7 @@ std::string CertificateThumbprint(X509* certificate) {
 std::string IssuedHostName(X509* certificate) {
   std::string name = FirstDnsName(certificate);
   if (name.empty()) name = CommonName(certificate);
-  name = Lower(name);
+  name = plugin::ToLower(name);
   return IsValidHostName(name) ? name : std::string();
 }
 
@@ -82,7 +75,7 @@ ClientIdentity IdentifyClient(const std::string& address, X509* certificate,
   identity.thumbprint = CertificateThumbprint(certificate);
   const auto enrolled = enrolment.find(identity.thumbprint);
   if (enrolled != enrolment.end()) {
-    identity.hostName = Lower(enrolled->second);
+    identity.hostName = plugin::ToLower(enrolled->second);
   } else if (issuedByTrustedAuthority) {
     identity.hostName = IssuedHostName(certificate);
   }

@@ -2,12 +2,11 @@
 
 #include <openssl/pem.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <iostream>
 #include <memory>
 
+#include "PluginText.h"
 #include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/ClientIdentity.h"
 #include "services/authproxyd/Enrolment.h"
@@ -20,18 +19,6 @@ namespace {
 
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
-
-std::string Lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
-
-std::string Upper(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return std::toupper(c); });
-  return text;
-}
 
 int Complain(const std::string& message, int status) {
   std::cerr << "quarry-authproxyd: " << message << "\n";
@@ -61,7 +48,7 @@ std::string ThumbprintOfFile(const std::string& path) {
 int Enroll(const std::string& settingsPath, const std::string& host,
            const std::string& certificateFile, std::string thumbprint) {
   const ProxySettings settings = ReadProxySettings(settingsPath);
-  const std::string hostName = Lower(host);
+  const std::string hostName = plugin::ToLower(host);
   if (!IsValidHostName(hostName)) {
     return Complain("\"" + host + "\" is not a fully qualified host name",
                     kUsage);
@@ -77,7 +64,7 @@ int Enroll(const std::string& settingsPath, const std::string& host,
                     kUsage);
   }
   if (!certificateFile.empty()) thumbprint = ThumbprintOfFile(certificateFile);
-  thumbprint = Upper(thumbprint);
+  thumbprint = plugin::ToUpper(thumbprint);
   if (!IsValidThumbprint(thumbprint)) {
     return Complain("\"" + thumbprint +
                         "\" is not a SHA-256 thumbprint (32 hexadecimal pairs "
@@ -96,8 +83,8 @@ int Enroll(const std::string& settingsPath, const std::string& host,
 int Revoke(const std::string& settingsPath, const std::string& which) {
   const ProxySettings settings = ReadProxySettings(settingsPath);
   Enrolment enrolment = ReadEnrolment(settings.enrolmentFile);
-  const std::string thumbprint = Upper(which);
-  const std::string hostName = Lower(which);
+  const std::string thumbprint = plugin::ToUpper(which);
+  const std::string hostName = plugin::ToLower(which);
   std::size_t removed = 0;
   for (auto entry = enrolment.begin(); entry != enrolment.end();) {
     if (entry->first == thumbprint || entry->second == hostName) {

@@ -34,8 +34,8 @@ void MakeHostCertificate(const std::string& host) {
 
 std::string OpensslSha256Thumbprint(const std::string& pemPath) {
   Shell("openssl x509 -in " + pemPath +
-        " -noout -fingerprint -sha256 | cut -d= -f2 > /tmp/thumbprint.txt");
-  std::string text = ReadFile("/tmp/thumbprint.txt");
+        " -noout -fingerprint -sha256 | cut -d= -f2 > /var/lib/quarry-test-thumbprint.txt");
+  std::string text = ReadFile("/var/lib/quarry-test-thumbprint.txt");
   while (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
 }
@@ -52,8 +52,8 @@ void UseHostCertificate(const std::string& host) {
 
 std::string OpensslThumbprint(const std::string& pemPath) {
   Shell("openssl x509 -in " + pemPath +
-        " -noout -fingerprint -sha1 | cut -d= -f2 > /tmp/thumbprint.txt");
-  std::string text = ReadFile("/tmp/thumbprint.txt");
+        " -noout -fingerprint -sha1 | cut -d= -f2 > /var/lib/quarry-test-thumbprint.txt");
+  std::string text = ReadFile("/var/lib/quarry-test-thumbprint.txt");
   while (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
 }

@@ -50,8 +50,8 @@ class ProxyServiceTest : public ::testing::Test {
   // The proxy's command line tool on the test's settings: exit status.
   static int Authproxyd(const std::string& arguments) {
     const int status = std::system((std::string(AUTHPROXYD) + " -c " + kSettings +
-                                    " " + arguments + " > /tmp/authproxyd.out "
-                                    "2> /tmp/authproxyd.err")
+                                    " " + arguments + " > /var/lib/quarry-test-authproxyd.out "
+                                    "2> /var/lib/quarry-test-authproxyd.err")
                                        .c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
@@ -60,7 +60,7 @@ class ProxyServiceTest : public ::testing::Test {
     ASSERT_EQ(Authproxyd("enroll " + host + " --certificate /etc/quarry/" +
                          host + ".pem"),
               0)
-        << ReadFile("/tmp/authproxyd.err");
+        << ReadFile("/var/lib/quarry-test-authproxyd.err");
   }
 
   void Configure(const std::string& extra,
@@ -95,9 +95,9 @@ class ProxyServiceTest : public ::testing::Test {
         host_.empty() ? std::string()
                       : "--cert /etc/quarry/" + host_ + ".pem --key /etc/quarry/" +
                             host_ + ".key ";
-    Shell("curl -sk --max-time 20 -o /tmp/curl.body -w '%{http_code}' " +
-          identity + options + " > /tmp/curl.code");
-    return {ReadFile("/tmp/curl.code"), ReadFile("/tmp/curl.body")};
+    Shell("curl -sk --max-time 20 -o /var/lib/quarry-test-curl.body -w '%{http_code}' " +
+          identity + options + " > /var/lib/quarry-test-curl.code");
+    return {ReadFile("/var/lib/quarry-test-curl.code"), ReadFile("/var/lib/quarry-test-curl.body")};
   }
 
   std::string thumbprint_;
@@ -342,7 +342,7 @@ TEST_F(ProxyServiceTest, RefusesClientsWithoutAnEnrolledCertificate) {
 
   // A revoked certificate is refused from the next request on.
   ASSERT_EQ(Authproxyd("revoke node1.ad.test"), 0);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"),
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.out"),
             "Revoked the certificate " + node1 + " of node1.ad.test.\n");
   EXPECT_EQ(plugin_.CreateMachineAccount(kServer, "node1.ad.test", "", true,
                                          thumbprint_)
@@ -371,8 +371,8 @@ TEST_F(ProxyServiceTest, ServesHostsWhoseCertificateATrustedAuthorityIssued) {
   WriteFile("/etc/quarry/node5.ext", "subjectAltName=DNS:node5.ad.test\n");
   Shell("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
         "-subj /CN=node5.ad.test -keyout /etc/quarry/node5.ad.test.key "
-        "-out /tmp/node5.csr 2>/dev/null && "
-        "openssl x509 -req -in /tmp/node5.csr -CA /etc/quarry/hosts-ca.pem "
+        "-out /var/lib/quarry-test-node5.csr 2>/dev/null && "
+        "openssl x509 -req -in /var/lib/quarry-test-node5.csr -CA /etc/quarry/hosts-ca.pem "
         "-CAkey /etc/quarry/hosts-ca.key -CAcreateserial -days 2 "
         "-extfile /etc/quarry/node5.ext "
         "-out /etc/quarry/node5.ad.test.pem 2>/dev/null");
@@ -406,36 +406,36 @@ TEST_F(ProxyServiceTest, EnrolsListsAndRevokesHosts) {
   MakeHostCertificate("node2.ad.test");
   const std::string node2 = OpensslSha256Thumbprint("/etc/quarry/node2.ad.test.pem");
   ASSERT_EQ(Authproxyd("enroll NODE2.ad.test --thumbprint " + node2), 0);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"),
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.out"),
             "Enrolled node2.ad.test with the certificate " + node2 + ".\n");
   ASSERT_EQ(Authproxyd("list"), 0);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"), "node2.ad.test " + node2 + "\n");
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.out"), "node2.ad.test " + node2 + "\n");
   struct stat status;
   ASSERT_EQ(::stat("/etc/quarry/authproxyd.enrolled", &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0640u);
 
   EXPECT_EQ(Authproxyd("enroll node2.evil.example --thumbprint " + node2), 2);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.err"),
             "quarry-authproxyd: \"node2.evil.example\" is not a name in the "
             "domain ad.test\n");
   EXPECT_EQ(Authproxyd("enroll node3.ad.test --thumbprint AB:CD"), 2);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.err"),
             "quarry-authproxyd: \"AB:CD\" is not a SHA-256 thumbprint (32 "
             "hexadecimal pairs joined by ':', as 'quarryauthctl host-cert "
             "thumbprint' shows it)\n");
   EXPECT_EQ(Authproxyd("enroll node3.ad.test --certificate /etc/quarry/none.pem"), 1);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.err"),
             "quarry-authproxyd: cannot read the certificate /etc/quarry/none.pem\n");
   EXPECT_EQ(Authproxyd("revoke node4.ad.test"), 1);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.err"),
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.err"),
             "quarry-authproxyd: no enrolled host or certificate is "
             "\"node4.ad.test\"\n");
   // Nothing that was refused changed the list.
   ASSERT_EQ(Authproxyd("list"), 0);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"), "node2.ad.test " + node2 + "\n");
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.out"), "node2.ad.test " + node2 + "\n");
   ASSERT_EQ(Authproxyd("revoke " + node2), 0);
   ASSERT_EQ(Authproxyd("list"), 0);
-  EXPECT_EQ(ReadFile("/tmp/authproxyd.out"), "");
+  EXPECT_EQ(ReadFile("/var/lib/quarry-test-authproxyd.out"), "");
 }
 
 TEST_F(ProxyServiceTest, RefusesClientsOutsideTheAllowedNetworks) {

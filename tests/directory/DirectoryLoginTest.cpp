@@ -88,7 +88,7 @@ TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
 
   WriteFile("/etc/sssd/sssd.conf", kSssdSettings);
   ASSERT_EQ(chmod("/etc/sssd/sssd.conf", 0600), 0);
-  Shell("sssd -i --logger=stderr < /dev/null > /var/tmp/sssd.log 2>&1 &");
+  Shell("sssd -i --logger=stderr < /dev/null > /var/lib/quarry-test-sssd.log 2>&1 &");
 
   // The plug-in names the modules; the library's models place them.
   const qa::ActiveDirectoryProvider provider("quarryadcli");
@@ -113,7 +113,7 @@ TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
 
   const CommandResult user = LookUpUntilAnswered("administrator@ad.test");
   EXPECT_EQ(user.exitStatus, 0)
-      << user.output << quarry_test::ReadFile("/var/tmp/sssd.log");
+      << user.output << quarry_test::ReadFile("/var/lib/quarry-test-sssd.log");
   EXPECT_EQ(user.output.rfind("administrator@ad.test:*:", 0), 0u)
       << user.output;
 

@@ -34,10 +34,10 @@ struct CtlResult {
 
 CtlResult RunCtl(const std::string& arguments) {
   const int status = std::system((std::string(QUARRYAUTHCTL) + " " + arguments +
-                                  " < /dev/null > /tmp/ctl.out 2> /tmp/ctl.err")
+                                  " < /dev/null > /var/lib/quarry-test-ctl.out 2> /var/lib/quarry-test-ctl.err")
                                      .c_str());
   return CtlResult{WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-                   ReadFile("/tmp/ctl.out"), ReadFile("/tmp/ctl.err")};
+                   ReadFile("/var/lib/quarry-test-ctl.out"), ReadFile("/var/lib/quarry-test-ctl.err")};
 }
 
 // The distinguished name of the domain's computer account name, read from
@@ -45,10 +45,10 @@ CtlResult RunCtl(const std::string& arguments) {
 std::string ComputerDN(const std::string& name) {
   const int status = std::system(
       (kSambaDc + " tool " + kDcDirectory + " computer show " + name +
-       " --attributes=distinguishedName > /tmp/computer.out 2>&1")
+       " --attributes=distinguishedName > /var/lib/quarry-test-computer.out 2>&1")
           .c_str());
   if (status != 0) return std::string();
-  const std::string text = ReadFile("/tmp/computer.out");
+  const std::string text = ReadFile("/var/lib/quarry-test-computer.out");
   return text.compare(0, 4, "dn: ") == 0 ? text.substr(4, text.find('\n') - 4)
                                           : "(unexpected: " + text + ")";
 }
@@ -59,10 +59,10 @@ std::string ComputerAttribute(const std::string& name,
                               const std::string& attribute) {
   const int status = std::system(
       (kSambaDc + " tool " + kDcDirectory + " computer show " + name +
-       " --attributes=" + attribute + " > /tmp/computer.out 2>&1")
+       " --attributes=" + attribute + " > /var/lib/quarry-test-computer.out 2>&1")
           .c_str());
   if (status != 0) return std::string();
-  const std::string text = ReadFile("/tmp/computer.out");
+  const std::string text = ReadFile("/var/lib/quarry-test-computer.out");
   const std::string::size_type line = text.find("\n" + attribute + ": ");
   if (line == std::string::npos) return std::string();
   const std::string::size_type start = line + attribute.size() + 3;
@@ -73,12 +73,12 @@ std::string ComputerAttribute(const std::string& name,
 // /etc/quarry/<identity>.pem: status code, then body.
 std::pair<std::string, std::string> AskProxy(
     const std::string& body, const std::string& identity = "quarrycam") {
-  Shell("curl -sk --max-time 60 -o /tmp/curl.body -w '%{http_code}' "
+  Shell("curl -sk --max-time 60 -o /var/lib/quarry-test-curl.body -w '%{http_code}' "
         "--cert /etc/quarry/" + identity + ".pem --key /etc/quarry/" +
         identity + ".key -X POST "
         "-d '" + body + "' https://198.51.100.10/api/v1/computers"
-        " > /tmp/curl.code");
-  return {ReadFile("/tmp/curl.code"), ReadFile("/tmp/curl.body")};
+        " > /var/lib/quarry-test-curl.code");
+  return {ReadFile("/var/lib/quarry-test-curl.code"), ReadFile("/var/lib/quarry-test-curl.body")};
 }
 
 void SetVerification(int value) {

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <vector>
 
+#include "DistinguishedName.h"
 #include "ExitStatus.h"
 
 namespace quarryauthctl {
@@ -54,22 +55,6 @@ std::string LabelFault(const std::string& label) {
   return std::string();
 }
 
-// Splits a distinguished name at the commas that no backslash escapes.
-std::vector<std::string> SplitRelativeNames(const std::string& dn) {
-  std::vector<std::string> parts(1);
-  for (std::string::size_type i = 0; i < dn.size(); ++i) {
-    if (dn[i] == '\\' && i + 1 < dn.size()) {
-      parts.back() += dn.substr(i, 2);
-      ++i;
-    } else if (dn[i] == ',') {
-      parts.emplace_back();
-    } else {
-      parts.back() += dn[i];
-    }
-  }
-  return parts;
-}
-
 bool IsAttributeType(const std::string& type) {
   if (type.empty() || !std::isalpha(static_cast<unsigned char>(type[0]))) {
     return false;
@@ -81,7 +66,7 @@ bool IsAttributeType(const std::string& type) {
 }
 
 void RequireDistinguishedName(const std::string& dn) {
-  for (std::string part : SplitRelativeNames(dn)) {
+  for (std::string part : quarry::plugin::SplitRelativeNames(dn)) {
     while (!part.empty() && IsBlank(part.front())) part.erase(0, 1);
     const std::string::size_type equals = part.find('=');
     if (equals == std::string::npos || !IsAttributeType(part.substr(0, equals)) ||
