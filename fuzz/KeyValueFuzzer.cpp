@@ -41,14 +41,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     configuration.Write();
     const qa::Configuration reread(path);
-    for (const auto& pair : configuration) {
-      // Values are always quoted and must come back byte for byte.
-      if (SurvivesBareWriting(pair.first) &&
-          reread[pair.first] != pair.second) {
-        std::abort();
+    // A key that does not survive bare writing may read back as another
+    // key of the file (" a" as "a"), and the first of the two then wins;
+    // only a file whose every key survives must come back whole.
+    if (everyKeySurvives) {
+      if (reread.size() != configuration.size()) std::abort();
+      for (const auto& pair : configuration) {
+        // Values are always quoted and must come back byte for byte.
+        if (reread[pair.first] != pair.second) std::abort();
       }
     }
-    if (everyKeySurvives && reread.size() != configuration.size()) std::abort();
   } catch (const qa::ConfigurationError&) {
   }
   return 0;
