@@ -1,6 +1,6 @@
 #include "HostCertificate.h"
 
-#include <fcntl.h>
+#include <openssl/bio.h>
 #include <openssl/bn.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -17,6 +17,7 @@
 #include <quarryauth/authentication.h>
 
 #include "ExitStatus.h"
+#include "common/DurableFile.h"
 #include "common/ThumbprintText.h"
 
 namespace quarryauthctl {
@@ -59,27 +60,22 @@ Key ReadKey(const std::string& path) {
   return key;
 }
 
-// Writes text made by write into path through a temporary file beside it,
-// with mode, so that a reader never sees half a file.
+struct BioDeleter {
+  void operator()(BIO* bio) const { BIO_free(bio); }
+};
+
+// Replaces path with the PEM text that write puts into a memory buffer,
+// through the project's durable replacement (mode for a new file), so that
+// a reader never sees half a file.
 template <class Write>
 void WriteFile(const std::string& path, mode_t mode, Write write) {
-  const std::string temporary = path + ".new";
-  const int descriptor =
-      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-  if (descriptor < 0) Fail("cannot write " + temporary + ": " + std::strerror(errno));
-  ::fchmod(descriptor, mode);
-  File file(::fdopen(descriptor, "w"));
-  if (!file) {
-    ::close(descriptor);
-    Fail("cannot write " + temporary);
-  }
-  const bool written = write(file.get()) && std::fflush(file.get()) == 0 &&
-                       ::fsync(descriptor) == 0;
-  file.reset();
-  if (!written || std::rename(temporary.c_str(), path.c_str()) != 0) {
-    ::unlink(temporary.c_str());
-    Fail("cannot write " + path);
-  }
+  const std::unique_ptr<BIO, BioDeleter> buffer(BIO_new(BIO_s_mem()));
+  if (!buffer || !write(buffer.get())) Fail("cannot write " + path);
+  char* data = nullptr;
+  const long length = BIO_get_mem_data(buffer.get(), &data);
+  const int error = quarry::common::ReplaceFileContents(
+      path, std::string(data, static_cast<std::size_t>(length)), mode);
+  if (error != 0) Fail("cannot write " + path + ": " + std::strerror(error));
 }
 
 Extensions HostExtensions(const std::string& hostName) {
@@ -134,9 +130,9 @@ bool EnsureHostKey(const std::string& path) {
   }
   const Key key(EVP_EC_gen("P-256"));
   if (!key) Fail("cannot create a key");
-  WriteFile(path, 0600, [&key](FILE* file) {
-    return PEM_write_PrivateKey(file, key.get(), nullptr, nullptr, 0, nullptr,
-                                nullptr) == 1;
+  WriteFile(path, 0600, [&key](BIO* bio) {
+    return PEM_write_bio_PrivateKey(bio, key.get(), nullptr, nullptr, 0,
+                                    nullptr, nullptr) == 1;
   });
   return true;
 }
@@ -166,8 +162,8 @@ void WriteSelfSignedCertificate(const HostCertificatePaths& paths,
   if (X509_sign(certificate.get(), key.get(), EVP_sha256()) == 0) {
     Fail("cannot sign the certificate");
   }
-  WriteFile(paths.certificate, 0644, [&certificate](FILE* file) {
-    return PEM_write_X509(file, certificate.get()) == 1;
+  WriteFile(paths.certificate, 0644, [&certificate](BIO* bio) {
+    return PEM_write_bio_X509(bio, certificate.get()) == 1;
   });
 }
 
@@ -184,8 +180,8 @@ void WriteCertificateRequest(const HostCertificatePaths& paths,
   if (X509_REQ_sign(request.get(), key.get(), EVP_sha256()) == 0) {
     Fail("cannot sign the certificate request");
   }
-  WriteFile(paths.request, 0644, [&request](FILE* file) {
-    return PEM_write_X509_REQ(file, request.get()) == 1;
+  WriteFile(paths.request, 0644, [&request](BIO* bio) {
+    return PEM_write_bio_X509_REQ(bio, request.get()) == 1;
   });
 }
 
