@@ -1,8 +1,9 @@
 #include "services/authproxyd/Enrolment.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 
 #include "common/DurableFile.h"
@@ -32,19 +33,8 @@ bool IsValidThumbprint(const std::string& text) {
 }
 
 Enrolment ReadEnrolment(const std::string& path) {
-  std::ifstream in(path);
-  if (!in) {
-    if (errno == ENOENT) return Enrolment();
-    throw SettingsError("cannot read " + path + ": " + std::strerror(errno));
-  }
-  Enrolment enrolment;
-  int failedLine = 0;
-  const common::KeyValueError error =
-      common::ReadKeyValueStream(in, enrolment, failedLine);
-  if (error != common::KeyValueError::None) {
-    throw SettingsError(path + ": " +
-                        common::KeyValueErrorMessage(error, failedLine));
-  }
+  if (::access(path.c_str(), F_OK) != 0 && errno == ENOENT) return Enrolment();
+  const Enrolment enrolment = ReadSettingsFile(path);
   for (const auto& entry : enrolment) {
     if (!IsValidThumbprint(entry.first) || !IsValidHostName(entry.second)) {
       throw SettingsError(path + ": \"" + entry.first + "\" = \"" +

@@ -97,13 +97,15 @@ std::string WithoutComments(std::istream& in) {
   return text;
 }
 
-Pairs ReadPairs(const std::string& path) {
+}  // namespace
+
+std::map<std::string, std::string> ReadSettingsFile(const std::string& path) {
   std::ifstream file(path);
   if (!file) {
     throw SettingsError("cannot read " + path + ": " + std::strerror(errno));
   }
   std::istringstream in(WithoutComments(file));
-  Pairs pairs;
+  std::map<std::string, std::string> pairs;
   int failedLine = 0;
   const common::KeyValueError error =
       common::ReadKeyValueStream(in, pairs, failedLine);
@@ -114,10 +116,8 @@ Pairs ReadPairs(const std::string& path) {
   return pairs;
 }
 
-}  // namespace
-
 ProxySettings ReadProxySettings(const std::string& path) {
-  const Reader reader(path, ReadPairs(path));
+  const Reader reader(path, ReadSettingsFile(path));
   reader.RejectUnknownKeys();
   ProxySettings settings;
   settings.listenAddress = reader.Optional("listen-address", "0.0.0.0");

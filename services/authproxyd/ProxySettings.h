@@ -26,6 +26,7 @@
 #ifndef QUARRY_AUTHPROXYD_PROXYSETTINGS_H
 #define QUARRY_AUTHPROXYD_PROXYSETTINGS_H
 
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -62,6 +63,11 @@ class SettingsError : public std::runtime_error {
 
 // Reads and checks the whole file; throws SettingsError.
 ProxySettings ReadProxySettings(const std::string& path);
+
+// The pairs of a file of the proxy's in the key = "value" format, lines
+// that begin with "#" being comments; throws SettingsError naming the file
+// when it cannot be read or a line is malformed.
+std::map<std::string, std::string> ReadSettingsFile(const std::string& path);
 
 }  // namespace quarry::authproxyd
 

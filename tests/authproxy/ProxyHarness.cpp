@@ -32,14 +32,6 @@ void MakeHostCertificate(const std::string& host) {
         host + ".pem 2>/dev/null");
 }
 
-std::string OpensslSha256Thumbprint(const std::string& pemPath) {
-  Shell("openssl x509 -in " + pemPath +
-        " -noout -fingerprint -sha256 | cut -d= -f2 > /var/lib/quarry-test-thumbprint.txt");
-  std::string text = ReadFile("/var/lib/quarry-test-thumbprint.txt");
-  while (!text.empty() && text.back() == '\n') text.pop_back();
-  return text;
-}
-
 void UseHostCertificate(const std::string& host) {
   if (host.empty()) {
     Shell("rm -f /etc/quarry/quarrycam.conf");
@@ -50,12 +42,27 @@ void UseHostCertificate(const std::string& host) {
             "key-file = \"/etc/quarry/" + host + ".key\"\n");
 }
 
-std::string OpensslThumbprint(const std::string& pemPath) {
-  Shell("openssl x509 -in " + pemPath +
-        " -noout -fingerprint -sha1 | cut -d= -f2 > /var/lib/quarry-test-thumbprint.txt");
+namespace {
+
+// The certificate's fingerprint with digest ("sha1", "sha256") as openssl
+// prints it.
+std::string OpensslFingerprint(const std::string& pemPath,
+                               const std::string& digest) {
+  Shell("openssl x509 -in " + pemPath + " -noout -fingerprint -" + digest +
+        " | cut -d= -f2 > /var/lib/quarry-test-thumbprint.txt");
   std::string text = ReadFile("/var/lib/quarry-test-thumbprint.txt");
   while (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
+}
+
+}  // namespace
+
+std::string OpensslThumbprint(const std::string& pemPath) {
+  return OpensslFingerprint(pemPath, "sha1");
+}
+
+std::string OpensslSha256Thumbprint(const std::string& pemPath) {
+  return OpensslFingerprint(pemPath, "sha256");
 }
 
 Daemon::Daemon(const std::vector<std::string>& arguments,
