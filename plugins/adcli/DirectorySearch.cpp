@@ -4,17 +4,17 @@
 #include <gssapi/gssapi_ext.h>
 #include <gssapi/gssapi_krb5.h>
 #include <ldap.h>
-#include <sasl/sasl.h>
 #include <sys/stat.h>
 #include <syslog.h>
 
-#include <cstring>
+#include <chrono>
 
 #include <DistinguishedName.h>
 #include <PluginText.h>
 
 #include "AdcliOutput.h"
-#include "DomainControllers.h"
+#include "common/DomainControllers.h"
+#include "common/LdapSession.h"
 
 namespace quarryadcli {
 
@@ -22,7 +22,10 @@ const char* const kKeytabPath = "/etc/krb5.keytab";
 
 namespace {
 
-const int kNetworkTimeoutSeconds = 5;
+using quarry::common::FirstValue;
+using quarry::common::LdapConnection;
+using quarry::common::LdapMessage;
+
 const int kSearchTimeoutSeconds = 10;
 // One credential cache for the process: tickets are reused until expiry.
 const char* const kCredentialCache = "MEMORY:quarryadcli";
@@ -67,70 +70,6 @@ class GssCredentials {
  private:
   gss_cred_id_t credentials_ = GSS_C_NO_CREDENTIAL;
 };
-
-// Points this thread's default Kerberos credential cache at ours while the
-// SASL GSSAPI mechanism (which takes no credentials of its own) binds, and
-// puts the previous one back afterwards. The setting is per thread.
-class ThreadCredentialCache {
- public:
-  explicit ThreadCredentialCache(const char* name) {
-    OM_uint32 minor = 0;
-    const char* previous = nullptr;
-    active_ = gss_krb5_ccache_name(&minor, name, &previous) == GSS_S_COMPLETE;
-    if (previous != nullptr) {
-      previous_ = previous;
-      hadPrevious_ = true;
-    }
-  }
-  ~ThreadCredentialCache() {
-    OM_uint32 minor = 0;
-    if (active_) {
-      gss_krb5_ccache_name(&minor, hadPrevious_ ? previous_.c_str() : nullptr,
-                           nullptr);
-    }
-  }
-  ThreadCredentialCache(const ThreadCredentialCache&) = delete;
-  ThreadCredentialCache& operator=(const ThreadCredentialCache&) = delete;
-
- private:
-  bool active_ = false;
-  bool hadPrevious_ = false;
-  std::string previous_;
-};
-
-class LdapConnection {
- public:
-  ~LdapConnection() {
-    if (ldap_ != nullptr) ldap_unbind_ext_s(ldap_, nullptr, nullptr);
-  }
-  LDAP** out() { return &ldap_; }
-  LDAP* get() const { return ldap_; }
-
- private:
-  LDAP* ldap_ = nullptr;
-};
-
-class LdapMessage {
- public:
-  ~LdapMessage() {
-    if (message_ != nullptr) ldap_msgfree(message_);
-  }
-  LDAPMessage** out() { return &message_; }
-  LDAPMessage* get() const { return message_; }
-
- private:
-  LDAPMessage* message_ = nullptr;
-};
-
-// GSSAPI asks for nothing interactively when the credentials are given.
-int NoInteraction(LDAP*, unsigned, void*, void* prompts) {
-  for (auto* prompt = static_cast<sasl_interact_t*>(prompts);
-       prompt != nullptr && prompt->id != SASL_CB_LIST_END; ++prompt) {
-    prompt->result = prompt->defresult;
-    prompt->len = prompt->defresult ? std::strlen(prompt->defresult) : 0;
-  }
-  return LDAP_SUCCESS;
-}
 
 ADClientStatus AcquireMachineCredentials(const Membership& membership,
                                          GssCredentials& credentials) {
@@ -177,40 +116,15 @@ ADClientStatus StatusOfLdapError(int error) {
 ADClientStatus Connect(const std::string& controller,
                        const GssCredentials& credentials,
                        LdapConnection& connection) {
-  const std::string uri = "ldap://" + controller;
-  if (ldap_initialize(connection.out(), uri.c_str()) != LDAP_SUCCESS) {
-    return kStatusInternalError;
-  }
-  LDAP* ldap = connection.get();
-  const int version = LDAP_VERSION3;
-  ldap_set_option(ldap, LDAP_OPT_PROTOCOL_VERSION, &version);
-  ldap_set_option(ldap, LDAP_OPT_REFERRALS, LDAP_OPT_OFF);
-  timeval network = {kNetworkTimeoutSeconds, 0};
-  ldap_set_option(ldap, LDAP_OPT_NETWORK_TIMEOUT, &network);
-  timeval whole = {kSearchTimeoutSeconds, 0};
-  ldap_set_option(ldap, LDAP_OPT_TIMEOUT, &whole);
-  // The controller's name came from DNS already; no reverse lookups.
-  ldap_set_option(ldap, LDAP_OPT_X_SASL_NOCANON, LDAP_OPT_ON);
   (void)credentials;  // acquired into kCredentialCache, used from there
-  ThreadCredentialCache cache(kCredentialCache);
-  const int error = ldap_sasl_interactive_bind_s(
-      ldap, nullptr, "GSSAPI", nullptr, nullptr, LDAP_SASL_QUIET,
-      NoInteraction, nullptr);
+  const int error = quarry::common::BindWithKerberos(
+      controller, kCredentialCache, quarry::common::Protection::Signed,
+      std::chrono::seconds(kSearchTimeoutSeconds), connection);
   if (error != LDAP_SUCCESS) {
     syslog(LOG_ERR, "quarryadcli: LDAP bind to %s failed: %s",
            controller.c_str(), ldap_err2string(error));
   }
   return StatusOfLdapError(error);
-}
-
-std::string FirstValue(LDAP* ldap, LDAPMessage* entry, const char* attribute) {
-  berval** values = ldap_get_values_len(ldap, entry, attribute);
-  std::string value;
-  if (values != nullptr && values[0] != nullptr) {
-    value.assign(values[0]->bv_val, values[0]->bv_len);
-  }
-  ldap_value_free_len(values);
-  return value;
 }
 
 ADClientStatus SearchTrusts(
@@ -240,7 +154,7 @@ ADClientStatus SearchTrusts(
 std::vector<std::string> ControllersToAsk(const Membership& membership) {
   std::vector<std::string> controllers = membership.preferredDomainControllers;
   std::vector<std::string> found;
-  FindDomainControllers(membership.domain, found);
+  quarry::common::FindDomainControllers(membership.domain, found);
   controllers.insert(controllers.end(), found.begin(), found.end());
   if (!membership.domainController.empty()) {
     controllers.push_back(membership.domainController);

@@ -13,7 +13,7 @@
 #include "Adcli.h"
 #include "AdcliOutput.h"
 #include "DirectorySearch.h"
-#include "DomainControllers.h"
+#include "common/DomainControllers.h"
 #include "HostIdentity.h"
 #include "Membership.h"
 
@@ -68,8 +68,8 @@ ADClientStatus JoinAndRecord(JoinRequest& request, const std::string& unit) {
     request.domainController = previous.preferredDomainControllers.front();
   } else {
     std::vector<std::string> controllers;
-    if (FindDomainControllers(request.domain, controllers) !=
-        LookupResult::Found) {
+    if (quarry::common::FindDomainControllers(request.domain, controllers) !=
+        quarry::common::LookupResult::Found) {
       return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
     }
   }

@@ -13,7 +13,7 @@
 #include "Adcli.h"
 #include "AdcliOutput.h"
 #include "DirectorySearch.h"
-#include "DomainControllers.h"
+#include "common/DomainControllers.h"
 #include "Joining.h"
 #include "Membership.h"
 
@@ -179,7 +179,7 @@ ADClientStatus GetAnyDomainController(const char* /*first*/,
   std::string name = domain ? domain : "";
   if (name.empty()) name = LoadMembership().domain;
   std::vector<std::string> controllers;
-  if (FindDomainControllers(name, controllers) != LookupResult::Found) {
+  if (quarry::common::FindDomainControllers(name, controllers) != quarry::common::LookupResult::Found) {
     return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
   }
   return AnswerText(controllers.front(), domainController, release);

@@ -1,12 +1,12 @@
 // Finding a domain's controllers through DNS, as Active Directory publishes
 // them: SRV records "_ldap._tcp.dc._msdcs.<domain>".
-#ifndef QUARRYADCLI_DOMAINCONTROLLERS_H
-#define QUARRYADCLI_DOMAINCONTROLLERS_H
+#ifndef QUARRY_COMMON_DOMAINCONTROLLERS_H
+#define QUARRY_COMMON_DOMAINCONTROLLERS_H
 
 #include <string>
 #include <vector>
 
-namespace quarryadcli {
+namespace quarry::common {
 
 enum class LookupResult {
   Found,
@@ -19,6 +19,6 @@ enum class LookupResult {
 LookupResult FindDomainControllers(const std::string& domain,
                                    std::vector<std::string>& hosts);
 
-}  // namespace quarryadcli
+}  // namespace quarry::common
 
 #endif

@@ -1,4 +1,4 @@
-#include "DomainControllers.h"
+#include "common/DomainControllers.h"
 
 #include <arpa/nameser.h>
 #include <netdb.h>
@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace quarryadcli {
+namespace quarry::common {
 namespace {
 
 struct ServiceRecord {
@@ -85,4 +85,4 @@ LookupResult FindDomainControllers(const std::string& domain,
   return LookupResult::Found;
 }
 
-}  // namespace quarryadcli
+}  // namespace quarry::common
