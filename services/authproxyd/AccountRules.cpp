@@ -45,4 +45,22 @@ bool IsWithinContainer(const std::string& dn, const std::string& base) {
   return true;
 }
 
+bool IsSameDN(const std::string& left, const std::string& right) {
+  return !left.empty() && !right.empty() &&
+         plugin::SplitRelativeNames(left).size() ==
+             plugin::SplitRelativeNames(right).size() &&
+         IsWithinContainer(left, right);
+}
+
+std::string ParentDN(const std::string& dn) {
+  for (std::string::size_type i = 0; i < dn.size(); ++i) {
+    if (dn[i] == '\\') {
+      ++i;  // the escaped character
+    } else if (dn[i] == ',') {
+      return dn.substr(i + 1);
+    }
+  }
+  return std::string();
+}
+
 }  // namespace quarry::authproxyd

@@ -19,6 +19,14 @@ bool IsNameInDomain(const std::string& hostName, const std::string& domain);
 // value.
 bool IsWithinContainer(const std::string& dn, const std::string& base);
 
+// Whether two DNs name the same entry, compared as above; never for an
+// empty one.
+bool IsSameDN(const std::string& left, const std::string& right);
+
+// The DN one level up: everything after the first unescaped ','; empty for
+// a DN of one part.
+std::string ParentDN(const std::string& dn);
+
 }  // namespace quarry::authproxyd
 
 #endif

@@ -4,6 +4,12 @@
 #include <openssl/ssl.h>
 #include <syslog.h>
 
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "services/authproxyd/AddressFilter.h"
 #include "services/authproxyd/ClientIdentity.h"
 #include "services/authproxyd/Enrolment.h"
 
@@ -72,8 +78,12 @@ ClientIdentity Identify(const httplib::Request& request,
 HttpsService::HttpsService(const ProxySettings& settings,
                            ProxyRequests& requests)
     : settings_(settings),
-      server_(new httplib::SSLServer(
-          [&settings](SSL_CTX& context) { return SetUpTls(settings, context); })) {
+      limits_(settings.maxConnections,
+              std::chrono::seconds(settings.receiveTimeoutSeconds)),
+      server_(new httplib::SSLServer([this](SSL_CTX& context) {
+        limits_.Watch(context);
+        return SetUpTls(settings_, context);
+      })) {
   if (!server_->is_valid()) {
     throw SettingsError("cannot use the certificate " +
                         settings.certificateFile + " with the key " +
@@ -87,7 +97,17 @@ HttpsService::HttpsService(const ProxySettings& settings,
   server_->set_write_timeout(kIoTimeoutSeconds, 0);
   server_->set_keep_alive_max_count(1);
   server_->set_payload_max_length(kLargestRequest);
+  server_->new_task_queue = [this] { return limits_.NewQueue(); };
+  server_->set_socket_options([this](socket_t socket) {
+    const int yes = 1;
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    if (!AttachAddressFilter(socket, settings_.allowedNetworks)) {
+      filterError_ = errno;
+    }
+  });
 
+  // The kernel drops other addresses already (AddressFilter.h); this is the
+  // second fence, with words.
   const std::vector<Ipv4Network> allowed = settings.allowedNetworks;
   server_->set_pre_routing_handler(
       [allowed](const httplib::Request& request, httplib::Response& response) {
@@ -103,18 +123,23 @@ HttpsService::HttpsService(const ProxySettings& settings,
   server_->Get("/api/v1/domain", [&requests, &known](
                                      const httplib::Request& request,
                                      httplib::Response& response) {
-    Send(response, requests.DomainInfo(Identify(request, known)));
+    ConnectionLimits::Received();
+    const Clock::time_point arrival = ConnectionLimits::Arrival();
+    Send(response, requests.DomainInfo(Identify(request, known), arrival));
   });
   server_->Post("/api/v1/computers", [&requests, &known](
                                          const httplib::Request& request,
                                          httplib::Response& response) {
-    Send(response,
-         requests.CreateComputer(Identify(request, known), request.body));
+    ConnectionLimits::Received();
+    const Clock::time_point arrival = ConnectionLimits::Arrival();
+    Send(response, requests.CreateComputer(Identify(request, known),
+                                           request.body, arrival));
   });
   // Answers of the requests above carry their own body; only the library's
   // own refusals (no such path, too large) get one here.
   const httplib::Server::HandlerWithResponse errorHandler =
       [](const httplib::Request&, httplib::Response& response) {
+        ConnectionLimits::Received();
         if (!response.body.empty()) {
           return httplib::Server::HandlerResponse::Unhandled;
         }
@@ -130,6 +155,11 @@ void HttpsService::Bind() {
   if (!server_->bind_to_port(settings_.listenAddress.c_str(), settings_.port)) {
     throw SettingsError("cannot listen on " + settings_.listenAddress + ":" +
                         std::to_string(settings_.port));
+  }
+  if (filterError_ != 0) {
+    throw SettingsError("cannot have the kernel filter connections by "
+                        "allowed-networks: " +
+                        std::string(std::strerror(filterError_)));
   }
 }
 

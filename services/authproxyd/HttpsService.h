@@ -1,12 +1,14 @@
-// The proxy's HTTPS front: accepts only clients from the allowed networks,
-// routes the two requests of ProxyRequests, and bounds every connection's
-// reads and writes.
+// The proxy's HTTPS front: accepts only clients from the allowed networks
+// (filtered by the kernel before any handshake), bounds the connections
+// and the time to receive each request (ConnectionLimits.h), and routes the
+// two requests of ProxyRequests.
 #ifndef QUARRY_AUTHPROXYD_HTTPSSERVICE_H
 #define QUARRY_AUTHPROXYD_HTTPSSERVICE_H
 
 #include <memory>
 #include <string>
 
+#include "services/authproxyd/ConnectionLimits.h"
 #include "services/authproxyd/ProxyRequests.h"
 #include "services/authproxyd/ProxySettings.h"
 
@@ -34,6 +36,8 @@ class HttpsService {
 
  private:
   const ProxySettings settings_;
+  ConnectionLimits limits_;
+  int filterError_ = 0;
   std::unique_ptr<httplib::SSLServer> server_;
 };
 

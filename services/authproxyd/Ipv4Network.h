@@ -21,6 +21,8 @@ class Ipv4Network {
   static std::optional<Ipv4Network> Parse(const std::string& text);
 
   bool Contains(uint32_t address) const;
+  uint32_t network() const { return network_; }  // host byte order
+  uint32_t mask() const { return mask_; }
 
  private:
   Ipv4Network(uint32_t network, uint32_t mask) : network_(network), mask_(mask) {}

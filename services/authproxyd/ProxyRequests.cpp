@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -44,28 +46,51 @@ bool StringMember(const json& request, const char* key, std::string& value) {
 
 }  // namespace
 
-Answer ErrorAnswer(int status, const std::string& text) {
-  return Answer{status, json{{"error", text}}.dump()};
+Clock::time_point ProxyRequests::Deadline(Clock::time_point arrival) const {
+  return arrival + std::chrono::seconds(settings_.requestTimeoutSeconds);
 }
 
-Answer ProxyRequests::DomainInfo(const ClientIdentity& client) {
+Answer ProxyRequests::InTime(const ClientIdentity& client,
+                             const std::string& asked,
+                             std::function<Answer()> work,
+                             Clock::time_point deadline) {
+  if (std::optional<Answer> answer = workers_.Run(std::move(work), deadline)) {
+    return *answer;
+  }
+  const std::string why = "the directory did not answer within " +
+                          std::to_string(settings_.requestTimeoutSeconds) +
+                          " seconds";
+  syslog(LOG_ERR, "%s for %s failed: %s", asked.c_str(),
+         client.Describe().c_str(), why.c_str());
+  return ErrorAnswer(504, why);
+}
+
+Answer ProxyRequests::DomainInfo(const ClientIdentity& client,
+                                 Clock::time_point arrival) {
   const Answer refused = RefuseUnenrolled(client, "the domain");
   if (!refused.body.empty()) return refused;
-  try {
-    const DomainIdentity identity = directory_.Domain();
-    syslog(LOG_INFO, "told %s the domain %s", client.Describe().c_str(),
-           identity.dnsName.c_str());
-    return Answer{200, json{{"netbiosName", identity.netbiosName},
-                            {"dnsName", identity.dnsName},
-                            {"sid", identity.sid}}
-                           .dump()};
-  } catch (const DirectoryError& error) {
-    return DirectoryFailure(client.Describe(), "domain information", error);
-  }
+  const Clock::time_point deadline = Deadline(arrival);
+  // The work owns copies of what it uses: it may outlive this request.
+  ComputerAccounts& accounts = accounts_;
+  const std::string who = client.Describe();
+  return InTime(client, "domain information", [&accounts, who, deadline] {
+    try {
+      const DomainIdentity identity = accounts.Domain(deadline);
+      syslog(LOG_INFO, "told %s the domain %s", who.c_str(),
+             identity.dnsName.c_str());
+      return Answer{200, json{{"netbiosName", identity.netbiosName},
+                              {"dnsName", identity.dnsName},
+                              {"sid", identity.sid}}
+                             .dump()};
+    } catch (const DirectoryError& error) {
+      return DirectoryFailure(who, "domain information", error);
+    }
+  }, deadline);
 }
 
 Answer ProxyRequests::CreateComputer(const ClientIdentity& client,
-                                     const std::string& body) {
+                                     const std::string& body,
+                                     Clock::time_point arrival) {
   const Answer refused = RefuseUnenrolled(client, "a computer account");
   if (!refused.body.empty()) return refused;
   const json request = json::parse(body, nullptr, false);
@@ -101,19 +126,27 @@ Answer ProxyRequests::CreateComputer(const ClientIdentity& client,
                       "\" is not under the proxy's base container \"" +
                       settings_.baseContainer + "\"");
   }
-  try {
-    const std::string password = MakeOneTimePassword();
-    const std::string dn =
-        directory_.CreateComputer(hostName, container, password);
-    syslog(LOG_NOTICE, "created computer account %s for %s", dn.c_str(),
-           client.Describe().c_str());
-    return Answer{200, json{{"dn", dn}, {"oneTimePassword", password}}.dump()};
-  } catch (const AccountConflict& conflict) {
-    return Refuse(client, "a computer account for " + hostName, 409, conflict.what());
-  } catch (const DirectoryError& error) {
-    return DirectoryFailure(client.Describe(), "computer account " + hostName,
-                            error);
-  }
+  const Clock::time_point deadline = Deadline(arrival);
+  ComputerAccounts& accounts = accounts_;
+  const std::string who = client.Describe();
+  const std::string asked = "a computer account for " + hostName;
+  return InTime(client, "computer account " + hostName,
+                [&accounts, who, asked, hostName, container, deadline] {
+    try {
+      const std::string password = MakeOneTimePassword();
+      const std::string dn =
+          accounts.CreateComputer(hostName, container, password, deadline);
+      syslog(LOG_NOTICE, "created computer account %s for %s", dn.c_str(),
+             who.c_str());
+      return Answer{200, json{{"dn", dn}, {"oneTimePassword", password}}.dump()};
+    } catch (const AccountConflict& conflict) {
+      syslog(LOG_WARNING, "refused %s %s: %s", who.c_str(), asked.c_str(),
+             conflict.what());
+      return ErrorAnswer(409, conflict.what());
+    } catch (const DirectoryError& error) {
+      return DirectoryFailure(who, "computer account " + hostName, error);
+    }
+  }, deadline);
 }
 
 Answer ProxyRequests::Refuse(const ClientIdentity& client,

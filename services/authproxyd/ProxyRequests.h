@@ -23,26 +23,30 @@
 #ifndef QUARRY_AUTHPROXYD_PROXYREQUESTS_H
 #define QUARRY_AUTHPROXYD_PROXYREQUESTS_H
 
+#include <functional>
 #include <string>
 
-#include "services/authproxyd/AdcliDirectory.h"
+#include "services/authproxyd/Answer.h"
 #include "services/authproxyd/ClientIdentity.h"
+#include "services/authproxyd/ComputerAccounts.h"
 #include "services/authproxyd/ProxySettings.h"
+#include "services/authproxyd/RequestWorkers.h"
 
 namespace quarry::authproxyd {
 
-struct Answer {
-  int status = 200;
-  std::string body;  // JSON
-};
-
 class ProxyRequests {
  public:
-  ProxyRequests(AdcliDirectory& directory, const ProxySettings& settings)
-      : directory_(directory), settings_(settings) {}
+  // The work that reaches the directory runs on workers; the proxy's own
+  // checks run at once, so that a slow directory delays no refusal.
+  ProxyRequests(ComputerAccounts& accounts, RequestWorkers& workers,
+                const ProxySettings& settings)
+      : accounts_(accounts), workers_(workers), settings_(settings) {}
 
-  Answer DomainInfo(const ClientIdentity& client);
-  Answer CreateComputer(const ClientIdentity& client, const std::string& body);
+  // arrival: when the request arrived; it is answered, and changes
+  // nothing, after request-timeout-seconds from then.
+  Answer DomainInfo(const ClientIdentity& client, Clock::time_point arrival);
+  Answer CreateComputer(const ClientIdentity& client, const std::string& body,
+                        Clock::time_point arrival);
 
  private:
   Answer Refuse(const ClientIdentity& client, const std::string& asked,
@@ -52,12 +56,15 @@ class ProxyRequests {
   Answer RefuseUnenrolled(const ClientIdentity& client,
                           const std::string& asked) const;
 
-  AdcliDirectory& directory_;
+  Clock::time_point Deadline(Clock::time_point arrival) const;
+  // work's answer from a worker, or 504 when it has none by deadline.
+  Answer InTime(const ClientIdentity& client, const std::string& asked,
+                std::function<Answer()> work, Clock::time_point deadline);
+
+  ComputerAccounts& accounts_;
+  RequestWorkers& workers_;
   const ProxySettings& settings_;
 };
-
-// {"error": text} with status.
-Answer ErrorAnswer(int status, const std::string& text);
 
 }  // namespace quarry::authproxyd
 

@@ -25,7 +25,9 @@ const std::set<std::string> kKnownKeys = {
     "listen-address", "port",         "certificate-file", "key-file",
     "domain",         "domain-controller", "service-user", "password-file",
     "allowed-networks", "default-container", "base-container",
-    "enrolment-file", "client-ca-file", "adcli-timeout-seconds"};
+    "enrolment-file", "client-ca-file", "request-timeout-seconds",
+    "adcli-timeout-seconds", "directory-workers", "max-connections",
+    "receive-timeout-seconds"};
 
 class Reader {
  public:
@@ -178,8 +180,14 @@ ProxySettings ReadProxySettings(const std::string& path) {
   settings.enrolmentFile =
       reader.Optional("enrolment-file", kDefaultEnrolmentPath);
   settings.clientCaFile = reader.Optional("client-ca-file", "");
-  settings.adcliTimeoutSeconds =
-      reader.Number("adcli-timeout-seconds", 30, 1, 600);
+  // The key's older name, from when adcli did the directory's work.
+  const int older = reader.Number("adcli-timeout-seconds", 30, 1, 600);
+  settings.requestTimeoutSeconds =
+      reader.Number("request-timeout-seconds", older, 1, 600);
+  settings.directoryWorkers = reader.Number("directory-workers", 8, 1, 256);
+  settings.maxConnections = reader.Number("max-connections", 64, 1, 1024);
+  settings.receiveTimeoutSeconds =
+      reader.Number("receive-timeout-seconds", 10, 1, 600);
   return settings;
 }
 

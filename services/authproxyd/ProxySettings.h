@@ -21,8 +21,18 @@
 //   client-ca-file = "/etc/quarry/hosts-ca.pem"  optional: hosts with a
 //                                       certificate issued by these
 //                                       authorities are served too
-//   adcli-timeout-seconds = "30"        optional; bounds one request's adcli
-//                                       runs together
+//   request-timeout-seconds = "30"      optional; a request is answered
+//                                       within this time of its arrival,
+//                                       and changes nothing after it
+//                                       (adcli-timeout-seconds: older name)
+//   max-connections = "64"              optional; connections served at
+//                                       once (1 to 1024); as many more wait
+//   receive-timeout-seconds = "10"      optional; a connection must deliver
+//                                       its whole request within this time
+//                                       of being accepted (1 to 600)
+//   directory-workers = "8"             optional; requests that reach the
+//                                       directory at once (1 to 256); the
+//                                       others wait their turn
 #ifndef QUARRY_AUTHPROXYD_PROXYSETTINGS_H
 #define QUARRY_AUTHPROXYD_PROXYSETTINGS_H
 
@@ -52,7 +62,10 @@ struct ProxySettings {
   std::string baseContainer;  // never empty once read
   std::string enrolmentFile;
   std::string clientCaFile;  // empty: enrolled certificates only
-  int adcliTimeoutSeconds = 30;
+  int requestTimeoutSeconds = 30;
+  int directoryWorkers = 8;
+  int maxConnections = 64;
+  int receiveTimeoutSeconds = 10;
 };
 
 // A configuration that cannot be used; what() names the file and the fault.

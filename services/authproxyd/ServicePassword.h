@@ -1,6 +1,6 @@
 // The directory account's password, kept in a file only its owner may read.
 // It is read for every use, so that a changed password needs no restart,
-// and is handed to adcli on standard input only.
+// and reaches only the Kerberos library, in this process.
 #ifndef QUARRY_AUTHPROXYD_SERVICEPASSWORD_H
 #define QUARRY_AUTHPROXYD_SERVICEPASSWORD_H
 

@@ -23,11 +23,13 @@
 #include <string>
 #include <thread>
 
-#include "services/authproxyd/AdcliDirectory.h"
 #include "services/authproxyd/EnrolmentCommands.h"
+#include "services/authproxyd/ComputerAccounts.h"
 #include "services/authproxyd/HttpsService.h"
+#include "services/authproxyd/LdapDirectory.h"
 #include "services/authproxyd/ProxyRequests.h"
 #include "services/authproxyd/ProxySettings.h"
+#include "services/authproxyd/RequestWorkers.h"
 #include "services/authproxyd/ServicePassword.h"
 
 namespace {
@@ -77,8 +79,12 @@ sigset_t StopSignals() {
 }
 
 int Serve(const ProxySettings& settings, bool foreground) {
-  AdcliDirectory directory(settings);
-  ProxyRequests requests(directory, settings);
+  LdapConnector directory(settings);
+  ComputerAccounts accounts(directory, settings);
+  // Declared after what its work uses, so that it ends (and waits for that
+  // work) before those do.
+  RequestWorkers workers(settings.directoryWorkers);
+  ProxyRequests requests(accounts, workers, settings);
   HttpsService service(settings, requests);
   service.Bind();
   // Detached only once the port is ours, so that a start that cannot

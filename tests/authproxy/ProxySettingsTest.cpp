@@ -48,13 +48,19 @@ TEST(ProxySettingsTest, ReadsEveryValueAndFillsTheDefaults) {
   EXPECT_FALSE(defaults.allowedNetworks[1].Contains(0xC6336408));
   EXPECT_EQ(defaults.defaultContainer, "");
   EXPECT_EQ(defaults.baseContainer, "CN=Computers,DC=ad,DC=test");
-  EXPECT_EQ(defaults.adcliTimeoutSeconds, 30);
+  EXPECT_EQ(defaults.requestTimeoutSeconds, 30);
+  EXPECT_EQ(defaults.directoryWorkers, 8);
+  EXPECT_EQ(defaults.maxConnections, 64);
+  EXPECT_EQ(defaults.receiveTimeoutSeconds, 10);
 
   WriteFile(kPath, kComplete +
                        "listen-address = \"198.51.100.10\"\nport = \"8443\"\n"
                        "domain-controller = \"dc1.ad.test\"\n"
                        "default-container = \"OU=Hosts,DC=ad,DC=test\"\n"
-                       "adcli-timeout-seconds = \"5\"\n");
+                       "request-timeout-seconds = \"5\"\n"
+                       "directory-workers = \"64\"\n"
+                       "max-connections = \"500\"\n"
+                       "receive-timeout-seconds = \"3\"\n");
   const ProxySettings all = ReadProxySettings(kPath);
   EXPECT_EQ(all.listenAddress, "198.51.100.10");
   EXPECT_EQ(all.port, 8443);
@@ -62,7 +68,16 @@ TEST(ProxySettingsTest, ReadsEveryValueAndFillsTheDefaults) {
   EXPECT_EQ(all.defaultContainer, "OU=Hosts,DC=ad,DC=test");
   // Without base-container the default container is the base.
   EXPECT_EQ(all.baseContainer, "OU=Hosts,DC=ad,DC=test");
-  EXPECT_EQ(all.adcliTimeoutSeconds, 5);
+  EXPECT_EQ(all.requestTimeoutSeconds, 5);
+  EXPECT_EQ(all.directoryWorkers, 64);
+  EXPECT_EQ(all.maxConnections, 500);
+  EXPECT_EQ(all.receiveTimeoutSeconds, 3);
+  // The time limit's older name still counts; the new one wins.
+  WriteFile(kPath, kComplete + "adcli-timeout-seconds = \"7\"\n");
+  EXPECT_EQ(ReadProxySettings(kPath).requestTimeoutSeconds, 7);
+  WriteFile(kPath, kComplete + "adcli-timeout-seconds = \"7\"\n"
+                               "request-timeout-seconds = \"9\"\n");
+  EXPECT_EQ(ReadProxySettings(kPath).requestTimeoutSeconds, 9);
 
   WriteFile(kPath, kComplete +
                        "default-container = \"OU=Hosts,OU=Lab,DC=ad,DC=test\"\n"
@@ -96,9 +111,18 @@ TEST(ProxySettingsTest, NamesTheFileAndTheFault) {
   EXPECT_EQ(Fault(kComplete + "listen-address = \"::\"\n"),
             "/etc/quarry/authproxyd.conf: listen-address \"::\" is not an "
             "IPv4 address");
-  EXPECT_EQ(Fault(kComplete + "adcli-timeout-seconds = \"601\"\n"),
-            "/etc/quarry/authproxyd.conf: adcli-timeout-seconds \"601\" is not "
+  EXPECT_EQ(Fault(kComplete + "request-timeout-seconds = \"601\"\n"),
+            "/etc/quarry/authproxyd.conf: request-timeout-seconds \"601\" is not "
             "a number from 1 to 600");
+  EXPECT_EQ(Fault(kComplete + "directory-workers = \"0\"\n"),
+            "/etc/quarry/authproxyd.conf: directory-workers \"0\" is not "
+            "a number from 1 to 256");
+  EXPECT_EQ(Fault(kComplete + "max-connections = \"1025\"\n"),
+            "/etc/quarry/authproxyd.conf: max-connections \"1025\" is not "
+            "a number from 1 to 1024");
+  EXPECT_EQ(Fault(kComplete + "receive-timeout-seconds = \"0\"\n"),
+            "/etc/quarry/authproxyd.conf: receive-timeout-seconds \"0\" is "
+            "not a number from 1 to 600");
   EXPECT_EQ(Fault("allowed-networks = \"10.0.0.0/33\"\n" + kComplete),
             "/etc/quarry/authproxyd.conf: allowed-networks: \"10.0.0.0/33\" is "
             "not an IPv4 address or network");
@@ -156,7 +180,7 @@ TEST(ProxySettingsTest, ReadsTheShippedSampleWithItsComments) {
   EXPECT_EQ(settings.serviceUser, "quarry-proxy");
   EXPECT_EQ(settings.domainController, "");
   EXPECT_EQ(settings.defaultContainer, "");
-  EXPECT_EQ(settings.adcliTimeoutSeconds, 30);
+  EXPECT_EQ(settings.requestTimeoutSeconds, 30);
 }
 
 TEST(ProxySettingsTest, SkipsCommentLinesAndCountsThem) {

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "services/authproxyd/AccountRules.h"
+#include "services/authproxyd/ComputerAccounts.h"
 #include "services/authproxyd/HostNameRules.h"
 #include "services/authproxyd/Ipv4Network.h"
+#include "services/authproxyd/LdapDirectory.h"
 
 namespace quarry::authproxyd {
 namespace {
@@ -88,6 +90,33 @@ TEST(RequestRulesTest, ComparesContainersPartByPart) {
   EXPECT_TRUE(IsWithinContainer("OU=a\\,b,OU=Old\\, Hosts,DC=ad",
                                 "OU=Old\\, Hosts,DC=ad"));
   EXPECT_FALSE(IsWithinContainer("OU=x,DC=ad", ""));
+}
+
+TEST(RequestRulesTest, ComparesWholeNamesAndFindsTheirParent) {
+  EXPECT_TRUE(IsSameDN("CN=svc,CN=Users,DC=ad,DC=test",
+                       "cn = SVC, cn=users,dc=AD,dc=test"));
+  EXPECT_FALSE(IsSameDN("CN=svc,CN=Users,DC=ad,DC=test", "CN=Users,DC=ad,DC=test"));
+  EXPECT_FALSE(IsSameDN("CN=Users,DC=ad,DC=test", "CN=svc,CN=Users,DC=ad,DC=test"));
+  EXPECT_FALSE(IsSameDN("", ""));
+  EXPECT_FALSE(IsSameDN("CN=svc,DC=ad", ""));
+  EXPECT_EQ(ParentDN("CN=NODE1,OU=Old\\, Hosts,DC=ad,DC=test"),
+            "OU=Old\\, Hosts,DC=ad,DC=test");
+  EXPECT_EQ(ParentDN("CN=a\\,b,DC=test"), "DC=test");
+  EXPECT_EQ(ParentDN("DC=test"), "");
+}
+
+TEST(RequestRulesTest, WritesSecurityIdentifiersAsText) {
+  // S-1-5-21-1560714432-4041253460-2393576878 as the directory keeps it.
+  const std::string binary(
+      "\x01\x04\x00\x00\x00\x00\x00\x05\x15\x00\x00\x00"
+      "\xc0\x9c\x06\x5d\x54\xa2\xe0\xf0\xae\x15\xab\x8e",
+      24);
+  EXPECT_EQ(SidText(binary), "S-1-5-21-1560714432-4041253460-2393576878");
+  EXPECT_EQ(SidText(binary.substr(0, 20)), "");
+  EXPECT_EQ(SidText(std::string("\x02") + binary.substr(1)), "");
+  EXPECT_EQ(SidText(""), "");
+  EXPECT_EQ(ComputerNameOf("averyverylongname1.ad.test"), "AVERYVERYLONGNA");
+  EXPECT_EQ(ComputerNameOf("node1.ad.test"), "NODE1");
 }
 
 }  // namespace

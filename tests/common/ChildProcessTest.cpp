@@ -1,4 +1,5 @@
-// The helper-program runner, as services use it: with SIGCHLD ignored, with
+// The helper-program runner: input, output, time limits, and as services
+// use it: with SIGCHLD ignored, with
 // a handler of the host's own, and with standard streams closed.
 #include <gtest/gtest.h>
 
@@ -123,6 +124,47 @@ TEST(ChildProcessTest, WorksWithTheHostsStandardStreamsClosed) {
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.output, "got text\n");
   EXPECT_EQ(result.errors, "err\n");
+}
+
+TEST(ChildProcessTest, RunsAProgramWithInputAndCollectsItsOutput) {
+  const ChildResult result = RunChild(
+      {"sh", "-c", "read line; echo \"got $line\"; echo oops >&2; exit 3"},
+      "secret\n", std::chrono::seconds(10), ChildErrors::IntoOutput);
+  EXPECT_TRUE(result.started);
+  EXPECT_FALSE(result.timedOut);
+  EXPECT_EQ(result.exitStatus, 3);
+  EXPECT_EQ(result.output, "got secret\noops\n");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST(ChildProcessTest, KeepsStandardErrorApartWhenAsked) {
+  const ChildResult result = RunChild(
+      {"/bin/sh", "-c", "echo out; echo err >&2; echo \"$LC_ALL\""}, "",
+      std::chrono::seconds(10));
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output, "out\nC\n");
+  EXPECT_EQ(result.errors, "err\n");
+}
+
+TEST(ChildProcessTest, KillsAProgramAndItsChildrenAfterTheLimit) {
+  const auto started = std::chrono::steady_clock::now();
+  const ChildResult result = RunChild(
+      {"sh", "-c", "sleep 60 & echo started; wait"}, "",
+      std::chrono::milliseconds(300));
+  const auto took = std::chrono::steady_clock::now() - started;
+  EXPECT_TRUE(result.timedOut);
+  EXPECT_EQ(result.exitStatus, -1);
+  EXPECT_EQ(result.output, "started\n");
+  EXPECT_LT(took, std::chrono::seconds(5));
+}
+
+TEST(ChildProcessTest, ReportsAProgramThatIsNotThere) {
+  const ChildResult result = RunChild(
+      {"quarry-no-such-program"}, "", std::chrono::seconds(10));
+  EXPECT_FALSE(result.started);
+  EXPECT_EQ(result.startError, ENOENT);
+  EXPECT_FALSE(result.timedOut);
+  EXPECT_EQ(result.exitStatus, -1);
 }
 
 }  // namespace
