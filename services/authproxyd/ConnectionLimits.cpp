@@ -1,8 +1,11 @@
 #include "services/authproxyd/ConnectionLimits.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <memory>
 
 namespace quarry::authproxyd {
 
@@ -102,6 +105,30 @@ ConnectionLimits::Clock::time_point ConnectionLimits::Arrival() {
 
 void ConnectionLimits::Received() {
   if (servingLimits != nullptr) servingLimits->MarkReceived();
+}
+
+std::function<bool()> ConnectionLimits::ClientWaiting() {
+  if (servingLimits == nullptr) return nullptr;
+  const int socket = servingLimits->DuplicateSocket();
+  if (socket < 0) return nullptr;
+  const std::shared_ptr<int> held(new int(socket), [](int* fd) {
+    ::close(*fd);
+    delete fd;
+  });
+  // A client that has closed or reset its end is gone; one that merely
+  // has more to send is not.
+  return [held] {
+    pollfd state = {*held, POLLRDHUP, 0};
+    return ::poll(&state, 1, 0) == 0 ||
+           (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0;
+  };
+}
+
+int ConnectionLimits::DuplicateSocket() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = serving_.find(std::this_thread::get_id());
+  if (found == serving_.end() || found->second.socket < 0) return -1;
+  return ::fcntl(found->second.socket, F_DUPFD_CLOEXEC, 0);
 }
 
 void ConnectionLimits::OnTlsEvent(const SSL* session, int where, int) {

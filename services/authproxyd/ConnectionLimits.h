@@ -45,6 +45,10 @@ class ConnectionLimits {
   // its request has been received whole.
   static Clock::time_point Arrival();
   static void Received();
+  // A check, usable from any thread for as long as it is kept, of whether
+  // the client of this thread's connection is still connected; empty when
+  // this thread serves no watched connection.
+  static std::function<bool()> ClientWaiting();
 
  private:
   class Queue;
@@ -59,6 +63,7 @@ class ConnectionLimits {
   void Begin(Clock::time_point accepted);
   void SessionStarted(int socket);
   void MarkReceived();
+  int DuplicateSocket();
   void End();
   void Enforce();
 

@@ -124,14 +124,16 @@ HttpsService::HttpsService(const ProxySettings& settings,
                                      const httplib::Request& request,
                                      httplib::Response& response) {
     ConnectionLimits::Received();
-    const Clock::time_point arrival = ConnectionLimits::Arrival();
+    const Arrival arrival{ConnectionLimits::Arrival(),
+                          ConnectionLimits::ClientWaiting()};
     Send(response, requests.DomainInfo(Identify(request, known), arrival));
   });
   server_->Post("/api/v1/computers", [&requests, &known](
                                          const httplib::Request& request,
                                          httplib::Response& response) {
     ConnectionLimits::Received();
-    const Clock::time_point arrival = ConnectionLimits::Arrival();
+    const Arrival arrival{ConnectionLimits::Arrival(),
+                          ConnectionLimits::ClientWaiting()};
     Send(response, requests.CreateComputer(Identify(request, known),
                                            request.body, arrival));
   });

@@ -53,10 +53,21 @@ Clock::time_point ProxyRequests::Deadline(Clock::time_point arrival) const {
 Answer ProxyRequests::InTime(const ClientIdentity& client,
                              const std::string& asked,
                              std::function<Answer()> work,
-                             Clock::time_point deadline) {
-  if (std::optional<Answer> answer = workers_.Run(std::move(work), deadline)) {
+                             const Arrival& arrival) {
+  std::function<bool()> wanted;
+  if (arrival.clientWaiting) {
+    wanted = [waiting = arrival.clientWaiting, who = client.Describe(), asked] {
+      if (waiting()) return true;
+      syslog(LOG_NOTICE, "%s for %s not started: the client has gone",
+             asked.c_str(), who.c_str());
+      return false;
+    };
+  }
+  if (std::optional<Answer> answer = workers_.Run(
+          std::move(work), Deadline(arrival.when), std::move(wanted))) {
     return *answer;
   }
+  if (workers_.Stopped()) return ErrorAnswer(503, "the proxy is stopping");
   const std::string why = "the directory did not answer within " +
                           std::to_string(settings_.requestTimeoutSeconds) +
                           " seconds";
@@ -66,10 +77,10 @@ Answer ProxyRequests::InTime(const ClientIdentity& client,
 }
 
 Answer ProxyRequests::DomainInfo(const ClientIdentity& client,
-                                 Clock::time_point arrival) {
+                                 const Arrival& arrival) {
   const Answer refused = RefuseUnenrolled(client, "the domain");
   if (!refused.body.empty()) return refused;
-  const Clock::time_point deadline = Deadline(arrival);
+  const Clock::time_point deadline = Deadline(arrival.when);
   // The work owns copies of what it uses: it may outlive this request.
   ComputerAccounts& accounts = accounts_;
   const std::string who = client.Describe();
@@ -85,12 +96,12 @@ Answer ProxyRequests::DomainInfo(const ClientIdentity& client,
     } catch (const DirectoryError& error) {
       return DirectoryFailure(who, "domain information", error);
     }
-  }, deadline);
+  }, arrival);
 }
 
 Answer ProxyRequests::CreateComputer(const ClientIdentity& client,
                                      const std::string& body,
-                                     Clock::time_point arrival) {
+                                     const Arrival& arrival) {
   const Answer refused = RefuseUnenrolled(client, "a computer account");
   if (!refused.body.empty()) return refused;
   const json request = json::parse(body, nullptr, false);
@@ -126,7 +137,7 @@ Answer ProxyRequests::CreateComputer(const ClientIdentity& client,
                       "\" is not under the proxy's base container \"" +
                       settings_.baseContainer + "\"");
   }
-  const Clock::time_point deadline = Deadline(arrival);
+  const Clock::time_point deadline = Deadline(arrival.when);
   ComputerAccounts& accounts = accounts_;
   const std::string who = client.Describe();
   const std::string asked = "a computer account for " + hostName;
@@ -146,7 +157,7 @@ Answer ProxyRequests::CreateComputer(const ClientIdentity& client,
     } catch (const DirectoryError& error) {
       return DirectoryFailure(who, "computer account " + hostName, error);
     }
-  }, deadline);
+  }, arrival);
 }
 
 Answer ProxyRequests::Refuse(const ClientIdentity& client,

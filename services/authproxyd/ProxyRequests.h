@@ -34,6 +34,13 @@
 
 namespace quarry::authproxyd {
 
+// When a request arrived, and whether its client still waits for the
+// answer (empty: assume it does).
+struct Arrival {
+  Clock::time_point when;
+  std::function<bool()> clientWaiting;
+};
+
 class ProxyRequests {
  public:
   // The work that reaches the directory runs on workers; the proxy's own
@@ -42,11 +49,12 @@ class ProxyRequests {
                 const ProxySettings& settings)
       : accounts_(accounts), workers_(workers), settings_(settings) {}
 
-  // arrival: when the request arrived; it is answered, and changes
-  // nothing, after request-timeout-seconds from then.
-  Answer DomainInfo(const ClientIdentity& client, Clock::time_point arrival);
+  // A request is answered, and changes nothing, after
+  // request-timeout-seconds from its arrival; its directory work is not
+  // started once its client has gone.
+  Answer DomainInfo(const ClientIdentity& client, const Arrival& arrival);
   Answer CreateComputer(const ClientIdentity& client, const std::string& body,
-                        Clock::time_point arrival);
+                        const Arrival& arrival);
 
  private:
   Answer Refuse(const ClientIdentity& client, const std::string& asked,
@@ -59,7 +67,7 @@ class ProxyRequests {
   Clock::time_point Deadline(Clock::time_point arrival) const;
   // work's answer from a worker, or 504 when it has none by deadline.
   Answer InTime(const ClientIdentity& client, const std::string& asked,
-                std::function<Answer()> work, Clock::time_point deadline);
+                std::function<Answer()> work, const Arrival& arrival);
 
   ComputerAccounts& accounts_;
   RequestWorkers& workers_;

@@ -8,9 +8,8 @@ namespace quarry::authproxyd {
 struct RequestWorkers::Task {
   std::function<Answer()> work;
   Clock::time_point deadline;
-  std::mutex mutex;
-  std::condition_variable finished;
-  std::optional<Answer> answer;
+  std::function<bool()> wanted;
+  std::optional<Answer> answer;  // guarded by the workers' mutex
 };
 
 RequestWorkers::RequestWorkers(int count) {
@@ -18,28 +17,39 @@ RequestWorkers::RequestWorkers(int count) {
 }
 
 RequestWorkers::~RequestWorkers() {
+  Stop();
+  for (std::thread& thread : threads_) thread.join();
+}
+
+void RequestWorkers::Stop() {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     stopping_ = true;
     queue_.clear();
   }
   queued_.notify_all();
-  for (std::thread& thread : threads_) thread.join();
+  answered_.notify_all();
+}
+
+bool RequestWorkers::Stopped() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return stopping_;
 }
 
 std::optional<Answer> RequestWorkers::Run(std::function<Answer()> work,
-                                          Clock::time_point deadline) {
+                                          Clock::time_point deadline,
+                                          std::function<bool()> wanted) {
   auto task = std::make_shared<Task>();
   task->work = std::move(work);
   task->deadline = deadline;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    queue_.push_back(task);
-  }
+  task->wanted = std::move(wanted);
+  std::unique_lock<std::mutex> lock(mutex_);
+  if (stopping_) return std::nullopt;
+  queue_.push_back(task);
   queued_.notify_one();
-  std::unique_lock<std::mutex> lock(task->mutex);
-  task->finished.wait_until(lock, deadline,
-                            [&task] { return task->answer.has_value(); });
+  answered_.wait_until(lock, deadline, [this, &task] {
+    return stopping_ || task->answer.has_value();
+  });
   return task->answer;
 }
 
@@ -54,6 +64,7 @@ void RequestWorkers::Work() {
       queue_.pop_front();
     }
     if (Clock::now() >= task->deadline) continue;
+    if (task->wanted && !task->wanted()) continue;
     Answer answer;
     try {
       answer = task->work();
@@ -61,10 +72,10 @@ void RequestWorkers::Work() {
       answer = ErrorAnswer(500, std::string("the proxy failed: ") + error.what());
     }
     {
-      const std::lock_guard<std::mutex> lock(task->mutex);
+      const std::lock_guard<std::mutex> lock(mutex_);
       task->answer = std::move(answer);
     }
-    task->finished.notify_all();
+    answered_.notify_all();
   }
 }
 

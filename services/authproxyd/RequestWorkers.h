@@ -22,15 +22,24 @@ namespace quarry::authproxyd {
 class RequestWorkers {
  public:
   explicit RequestWorkers(int count);
-  // Waits for the work under way; queued work is dropped.
+  // Stops, then waits for the work under way.
   ~RequestWorkers();
   RequestWorkers(const RequestWorkers&) = delete;
   RequestWorkers& operator=(const RequestWorkers&) = delete;
 
   // work's answer, or nothing when it had not finished by deadline. work
-  // must own what it uses: it may still run after this returns.
+  // must own what it uses: it may still run after this returns. When a
+  // worker is free, work is started only if the deadline has not passed
+  // and wanted (when given) still says yes.
   std::optional<Answer> Run(std::function<Answer()> work,
-                            Clock::time_point deadline);
+                            Clock::time_point deadline,
+                            std::function<bool()> wanted = nullptr);
+
+  // From any thread: queued work is dropped, and every caller of Run
+  // returns at once with nothing, so that the service can stop without
+  // waiting for its requests' deadlines. Work under way runs on.
+  void Stop();
+  bool Stopped();
 
  private:
   struct Task;
@@ -39,6 +48,7 @@ class RequestWorkers {
 
   std::mutex mutex_;
   std::condition_variable queued_;
+  std::condition_variable answered_;
   std::deque<std::shared_ptr<Task>> queue_;
   bool stopping_ = false;
   std::vector<std::thread> threads_;

@@ -93,10 +93,12 @@ int Serve(const ProxySettings& settings, bool foreground) {
     throw SettingsError(std::string("cannot detach: ") + std::strerror(errno));
   }
   const sigset_t signals = StopSignals();
-  std::thread stopper([&service, signals] {
+  std::thread stopper([&service, &workers, signals] {
     int signal = 0;
     sigwait(&signals, &signal);
     syslog(LOG_INFO, "stopping on signal %d", signal);
+    // Requests waiting for the directory are answered at once.
+    workers.Stop();
     service.Stop();
   });
   syslog(LOG_INFO, "serving domain %s on %s:%d", settings.domain.c_str(),

@@ -580,6 +580,43 @@ TEST_F(ProxyServiceTest, AnswersInTimeWhenTheDirectoryIsSilent) {
   EXPECT_EQ(log.find("created computer account"), std::string::npos) << log;
 }
 
+// A client that gives up while its request waits for a worker: the work
+// is never started once a worker is free.
+TEST_F(ProxyServiceTest, NeverStartsTheWorkOfAClientThatHasGone) {
+  Configure("request-timeout-seconds = \"20\"\ndirectory-workers = \"1\"\n");
+  StartProxy();
+  const std::string asks = "curl -sk --max-time 1 -o /dev/null --cert "
+                           "/etc/quarry/node1.ad.test.pem --key "
+                           "/etc/quarry/node1.ad.test.key ";
+  // The first request holds the one worker at the silent directory.
+  EXPECT_EQ(std::system((asks + "https://127.0.0.1/api/v1/domain").c_str()), 28 << 8);
+  EXPECT_TRUE(Reached());
+  // The second waits behind it; its client gives up after a second.
+  EXPECT_EQ(std::system((asks + "-X POST -d '{\"hostName\":\"node1.ad.test\"}' "
+                                "https://127.0.0.1/api/v1/computers")
+                            .c_str()),
+            28 << 8);
+  // The directory now refuses at once, which frees the worker.
+  directory_->Close();
+  const std::string skipped =
+      "computer account node1.ad.test for 127.0.0.1 (certificate " +
+      OpensslSha256Thumbprint("/etc/quarry/node1.ad.test.pem") +
+      " for node1.ad.test) not started: the client has gone";
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+  while (ReadFile(kLog).find(skipped) == std::string::npos &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_EQ(StopProxy(), 0);
+  const std::string log = ReadFile(kLog);
+  EXPECT_NE(log.find(skipped), std::string::npos) << log;
+  EXPECT_EQ(log.find("computer account node1.ad.test for 127.0.0.1 (certificate " +
+                     OpensslSha256Thumbprint("/etc/quarry/node1.ad.test.pem") +
+                     " for node1.ad.test) failed"),
+            std::string::npos)
+      << log;
+}
+
 TEST_F(ProxyServiceTest, RefusesToStartWithUnusableSettings) {
   Configure("port = \"0\"\n");
   Daemon badPort({AUTHPROXYD, "-c", kSettings, "--foreground"}, kLog);

@@ -69,5 +69,52 @@ TEST(RequestWorkersTest, KeepsTheDeadlineAndNeverStartsWorkThatWaitedPastIt) {
   EXPECT_EQ(started, 1);
 }
 
+TEST(RequestWorkersTest, NeverStartsWorkNoLongerWanted) {
+  RequestWorkers workers(1);
+  std::atomic<int> started{0};
+  EXPECT_FALSE(workers
+                   .Run([&] { ++started; return Answer{}; }, In(200),
+                        [] { return false; })
+                   .has_value());
+  EXPECT_EQ(workers.Run([&] { ++started; return Answer{202, ""}; }, In(10000),
+                        [] { return true; })
+                ->status,
+            202);
+  EXPECT_EQ(started, 1);
+}
+
+TEST(RequestWorkersTest, AnswersEveryWaitingCallerAtOnceWhenStopped) {
+  RequestWorkers workers(1);
+  std::mutex mutex;
+  std::condition_variable released;
+  bool release = false;
+  std::atomic<bool> running{false};
+  std::thread waiting([&] {
+    EXPECT_FALSE(workers
+                     .Run(
+                         [&] {
+                           running = true;
+                           std::unique_lock<std::mutex> lock(mutex);
+                           released.wait(lock, [&] { return release; });
+                           return Answer{};
+                         },
+                         In(60000))
+                     .has_value());
+  });
+  while (!running) std::this_thread::yield();
+  EXPECT_FALSE(workers.Stopped());
+  const auto stopped = Clock::now();
+  workers.Stop();
+  waiting.join();
+  EXPECT_LT(Clock::now() - stopped, std::chrono::seconds(5));
+  EXPECT_TRUE(workers.Stopped());
+  EXPECT_FALSE(workers.Run([] { return Answer{}; }, In(60000)).has_value());
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    release = true;
+  }
+  released.notify_all();
+}
+
 }  // namespace
 }  // namespace quarry::authproxyd
