@@ -1,13 +1,13 @@
 #include "services/authproxyd/LdapDirectory.h"
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "DistinguishedName.h"
 #include "PluginText.h"
 #include "common/DomainControllers.h"
 #include "services/authproxyd/AccountRules.h"
-#include "services/authproxyd/ServicePassword.h"
 
 namespace quarry::authproxyd {
 
@@ -17,14 +17,6 @@ namespace {
 const char kWorkstationTrustAccount[] = "4096";
 // A move keeps no second value of the relative name.
 const int kDeleteOldName = 1;
-
-std::string PasswordOf(const ProxySettings& settings) {
-  try {
-    return ReadServicePassword(settings.passwordFile);
-  } catch (const SettingsError& error) {
-    throw DirectoryError(error.what(), false);
-  }
-}
 
 // The directory takes a password as the UTF-16LE text of the password in
 // double quotes. Ours are ASCII.
@@ -110,11 +102,11 @@ std::string SidText(const std::string& binary) {
 }
 
 LdapDirectory::LdapDirectory(const ProxySettings& settings,
+                             std::shared_ptr<const ServiceLogin> login,
                              Clock::time_point deadline)
     : settings_(settings),
       deadline_(deadline),
-      login_(settings.serviceUser, plugin::ToUpper(settings.domain),
-             PasswordOf(settings)),
+      login_(std::move(login)),
       domainDN_(plugin::DomainComponents(settings.domain)) {
   Connect();
 }
@@ -137,7 +129,7 @@ void LdapDirectory::Connect() {
         deadline_ - Clock::now());
     if (left.count() <= 0) break;
     common::LdapConnection connection;
-    error = common::BindWithKerberos(controller, login_.CacheName(),
+    error = common::BindWithKerberos(controller, login_->CacheName(),
                                      common::Protection::Sealed, left,
                                      connection);
     if (error == LDAP_SUCCESS) {
@@ -309,7 +301,8 @@ std::string LdapDirectory::ResetComputer(const std::string& dn,
 
 std::unique_ptr<AccountDirectory> LdapConnector::Open(
     Clock::time_point deadline) {
-  return std::make_unique<LdapDirectory>(settings_, deadline);
+  return std::make_unique<LdapDirectory>(settings_, credentials_.Current(),
+                                         deadline);
 }
 
 }  // namespace quarry::authproxyd

@@ -12,16 +12,19 @@
 #include "common/LdapSession.h"
 #include "services/authproxyd/AccountDirectory.h"
 #include "services/authproxyd/ProxySettings.h"
+#include "services/authproxyd/ServiceCredentials.h"
 #include "services/authproxyd/ServiceLogin.h"
 
 namespace quarry::authproxyd {
 
 class LdapDirectory : public AccountDirectory {
  public:
-  // Logs in with the password in the settings' password file and binds to
-  // the configured controller, else to the first that DNS names and that
-  // answers. Throws DirectoryError.
-  LdapDirectory(const ProxySettings& settings, Clock::time_point deadline);
+  // Binds with the service account's tickets to the configured
+  // controller, else to the first that DNS names and that answers. Throws
+  // DirectoryError.
+  LdapDirectory(const ProxySettings& settings,
+                std::shared_ptr<const ServiceLogin> login,
+                Clock::time_point deadline);
 
   DomainIdentity Domain() override;
   std::string ServiceAccountDN() override;
@@ -44,7 +47,7 @@ class LdapDirectory : public AccountDirectory {
 
   const ProxySettings& settings_;
   const Clock::time_point deadline_;
-  ServiceLogin login_;
+  const std::shared_ptr<const ServiceLogin> login_;
   std::string controller_;
   common::LdapConnection connection_;
   std::string domainDN_;
@@ -52,11 +55,13 @@ class LdapDirectory : public AccountDirectory {
 
 class LdapConnector : public DirectoryConnector {
  public:
-  explicit LdapConnector(const ProxySettings& settings) : settings_(settings) {}
+  explicit LdapConnector(const ProxySettings& settings)
+      : settings_(settings), credentials_(settings) {}
   std::unique_ptr<AccountDirectory> Open(Clock::time_point deadline) override;
 
  private:
   const ProxySettings& settings_;
+  ServiceCredentials credentials_;
 };
 
 // The text form "S-1-5-21-..." of a binary security identifier; empty when

@@ -62,6 +62,7 @@ ServiceLogin::ServiceLogin(const std::string& user, const std::string& realm,
       context_, credentials.get(), principal_, password.c_str(), nullptr,
       nullptr, 0, nullptr, options.get());
   if (code != 0) Fail(what, code);
+  expiresAt_ = credentials.get()->times.endtime;
   code = krb5_cc_new_unique(context_, "MEMORY", nullptr, &cache_);
   if (code == 0) code = krb5_cc_initialize(context_, cache_, principal_);
   if (code == 0) code = krb5_cc_store_cred(context_, cache_, credentials.get());

@@ -22,6 +22,8 @@ class ServiceLogin {
 
   // "MEMORY:..." for the GSSAPI bind.
   const std::string& CacheName() const { return cacheName_; }
+  // When the ticket-granting ticket expires, in seconds since the epoch.
+  long ExpiresAt() const { return expiresAt_; }
 
  private:
   void Fail(const std::string& what, krb5_error_code code);
@@ -31,6 +33,7 @@ class ServiceLogin {
   krb5_principal principal_ = nullptr;
   krb5_ccache cache_ = nullptr;
   std::string cacheName_;
+  long expiresAt_ = 0;
 };
 
 }  // namespace quarry::authproxyd
