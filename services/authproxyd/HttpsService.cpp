@@ -104,6 +104,7 @@ HttpsService::HttpsService(const ProxySettings& settings,
     if (!AttachAddressFilter(socket, settings_.allowedNetworks)) {
       filterError_ = errno;
     }
+    listeningSocket_ = socket;
   });
 
   // The kernel drops other addresses already (AddressFilter.h); this is the
@@ -158,6 +159,9 @@ void HttpsService::Bind() {
     throw SettingsError("cannot listen on " + settings_.listenAddress + ":" +
                         std::to_string(settings_.port));
   }
+  // The HTTP library listens with a backlog of five; a fleet that connects
+  // at once needs the kernel's full queue while every worker is busy.
+  if (listeningSocket_ >= 0) ::listen(listeningSocket_, SOMAXCONN);
   if (filterError_ != 0) {
     throw SettingsError("cannot have the kernel filter connections by "
                         "allowed-networks: " +

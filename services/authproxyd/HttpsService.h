@@ -38,6 +38,7 @@ class HttpsService {
   const ProxySettings settings_;
   ConnectionLimits limits_;
   int filterError_ = 0;
+  int listeningSocket_ = -1;
   std::unique_ptr<httplib::SSLServer> server_;
 };
 

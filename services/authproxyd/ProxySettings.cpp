@@ -184,7 +184,7 @@ ProxySettings ReadProxySettings(const std::string& path) {
   const int older = reader.Number("adcli-timeout-seconds", 30, 1, 600);
   settings.requestTimeoutSeconds =
       reader.Number("request-timeout-seconds", older, 1, 600);
-  settings.directoryWorkers = reader.Number("directory-workers", 8, 1, 256);
+  settings.directoryWorkers = reader.Number("directory-workers", 16, 1, 256);
   settings.maxConnections = reader.Number("max-connections", 64, 1, 1024);
   settings.receiveTimeoutSeconds =
       reader.Number("receive-timeout-seconds", 10, 1, 600);

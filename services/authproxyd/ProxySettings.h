@@ -30,7 +30,7 @@
 //   receive-timeout-seconds = "10"      optional; a connection must deliver
 //                                       its whole request within this time
 //                                       of being accepted (1 to 600)
-//   directory-workers = "8"             optional; requests that reach the
+//   directory-workers = "16"            optional; requests that reach the
 //                                       directory at once (1 to 256); the
 //                                       others wait their turn
 #ifndef QUARRY_AUTHPROXYD_PROXYSETTINGS_H
@@ -63,7 +63,7 @@ struct ProxySettings {
   std::string enrolmentFile;
   std::string clientCaFile;  // empty: enrolled certificates only
   int requestTimeoutSeconds = 30;
-  int directoryWorkers = 8;
+  int directoryWorkers = 16;
   int maxConnections = 64;
   int receiveTimeoutSeconds = 10;
 };

@@ -49,7 +49,7 @@ TEST(ProxySettingsTest, ReadsEveryValueAndFillsTheDefaults) {
   EXPECT_EQ(defaults.defaultContainer, "");
   EXPECT_EQ(defaults.baseContainer, "CN=Computers,DC=ad,DC=test");
   EXPECT_EQ(defaults.requestTimeoutSeconds, 30);
-  EXPECT_EQ(defaults.directoryWorkers, 8);
+  EXPECT_EQ(defaults.directoryWorkers, 16);
   EXPECT_EQ(defaults.maxConnections, 64);
   EXPECT_EQ(defaults.receiveTimeoutSeconds, 10);
 
