@@ -73,6 +73,21 @@ ClientIdentity Identify(const httplib::Request& request,
                         issuedByTrustedAuthority, enrolment);
 }
 
+// Words for the HTTP library's own refusals.
+std::string RefusalText(int status) {
+  switch (status) {
+    case 404:
+      return "no such request";
+    case 413:
+      return "the request is larger than " + std::to_string(kLargestRequest) +
+             " bytes";
+    case 400:
+      return "the request is not well-formed HTTP";
+    default:
+      return "the request cannot be served";
+  }
+}
+
 }  // namespace
 
 HttpsService::HttpsService(const ProxySettings& settings,
@@ -146,7 +161,7 @@ HttpsService::HttpsService(const ProxySettings& settings,
         if (!response.body.empty()) {
           return httplib::Server::HandlerResponse::Unhandled;
         }
-        Send(response, ErrorAnswer(response.status, "no such request"));
+        Send(response, ErrorAnswer(response.status, RefusalText(response.status)));
         return httplib::Server::HandlerResponse::Handled;
       };
   server_->set_error_handler(errorHandler);

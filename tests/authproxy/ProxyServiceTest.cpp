@@ -511,6 +511,15 @@ TEST_F(ProxyServiceTest, RefusesNamesThatAreNotHostNames) {
             std::make_pair(std::string("400"),
                            std::string("{\"error\":\"\\\"--help\\\" is not a "
                                        "fully qualified host name\"}")));
+  // A body beyond 16 KiB is refused unread.
+  WriteFile("/var/lib/quarry-test-large.json",
+            "{\"hostName\":\"node1.ad.test\",\"pad\":\"" + std::string(17000, 'x') +
+                "\"}");
+  EXPECT_EQ(Curl("-X POST --data-binary @/var/lib/quarry-test-large.json "
+                 "https://127.0.0.1/api/v1/computers"),
+            std::make_pair(std::string("413"),
+                           std::string("{\"error\":\"the request is larger than "
+                                       "16384 bytes\"}")));
   EXPECT_EQ(Curl("-X POST -d '[1]' https://127.0.0.1/api/v1/computers").first,
             "400");
   EXPECT_EQ(Curl("https://127.0.0.1/api/v2/domain"),

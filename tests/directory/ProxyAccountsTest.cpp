@@ -46,6 +46,13 @@ bool KerberosLogon(const std::string& principal, const std::string& password) {
                          .c_str()) == 0;
 }
 
+// The domain's computer accounts, as samba-tool lists them.
+std::string ComputerList() {
+  Shell(kSambaDc + " tool " + kDcDirectory +
+        " computer list > /var/lib/quarry-test-computers.txt");
+  return ReadFile("/var/lib/quarry-test-computers.txt");
+}
+
 std::string UserAttribute(const std::string& name, const std::string& attribute) {
   Shell(kSambaDc + " tool " + kDcDirectory + " user show " + name +
         " --attributes=" + attribute + " > /var/lib/quarry-test-user.out 2>&1");
@@ -212,6 +219,72 @@ TEST_F(ProxyAccountsTest, KeepsEveryPasswordOffCommandLinesAndEnvironments) {
   EXPECT_FALSE(sampler.Saw(Member(created.second, "oneTimePassword")));
   EXPECT_FALSE(sampler.Saw(kAdminPassword));
   EXPECT_FALSE(sampler.Saw("one-time-password"));
+}
+
+// curl from this host with arguments: status code, then body.
+std::pair<std::string, std::string> Curl(const std::string& arguments) {
+  Shell("curl -sk --max-time 60 -o /var/lib/quarry-test-curl.body -w '%{http_code}' " +
+        arguments + " > /var/lib/quarry-test-curl.code");
+  return {ReadFile("/var/lib/quarry-test-curl.code"),
+          ReadFile("/var/lib/quarry-test-curl.body")};
+}
+
+// Every kind of bad request gets its answer and leaves the directory as it
+// was: no account made, none changed.
+TEST_F(ProxyAccountsTest, BadRequestsChangeNothingInTheDirectory) {
+  Shell(kSambaDc + " tool " + kDcDirectory + " computer create NODE2 > /dev/null");
+  for (const char* host : {"node2.ad.test", "node3.ad.test", "node4.ad.test",
+                           "node9.bad.test"}) {
+    MakeHostCertificate(host);
+  }
+  for (const char* host : {"node2.ad.test", "node4.ad.test"}) {
+    Shell(std::string(AUTHPROXYD) + " enroll " + host +
+          " --certificate /etc/quarry/" + host + ".pem > /dev/null");
+  }
+  // The tool enrols names in the domain only; this one is written by hand.
+  Shell("echo '" + OpensslSha256Thumbprint("/etc/quarry/node9.bad.test.pem") +
+        " = \"node9.bad.test\"' >> /etc/quarry/authproxyd.enrolled");
+  Shell(std::string(AUTHPROXYD) + " revoke node4.ad.test > /dev/null");
+  const std::string computers = ComputerList();
+  const std::string node2 = ComputerAttribute("NODE2", "uSNChanged");
+  ASSERT_FALSE(node2.empty());
+
+  const std::string post = "-X POST https://198.51.100.10/api/v1/computers ";
+  const std::string node1Identity =
+      "--cert /etc/quarry/quarrycam.pem --key /etc/quarry/quarrycam.key ";
+  EXPECT_EQ(Curl(post + "-d '{\"hostName\":\"node1.ad.test\"}'").first, "403");
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node3.ad.test\"}", "node3.ad.test").first,
+            "403");
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node4.ad.test\"}", "node4.ad.test").first,
+            "403");
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node2.ad.test\"}"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"this client's certificate "
+                                       "is enrolled for node1.ad.test, not "
+                                       "node2.ad.test\"}")));
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node9.bad.test\"}", "node9.bad.test"),
+            std::make_pair(std::string("403"),
+                           std::string("{\"error\":\"\\\"node9.bad.test\\\" is "
+                                       "not a name in the domain ad.test\"}")));
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node1.ad.test\",\"container\":"
+                     "\"OU=Domain Controllers,DC=ad,DC=test\"}")
+                .first,
+            "403");
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node2.ad.test\"}", "node2.ad.test").first,
+            "409");
+  WriteFile("/var/lib/quarry-test-large.json",
+            "{\"hostName\":\"node1.ad.test\",\"pad\":\"" +
+                std::string(17000, 'x') + "\"}");
+  EXPECT_EQ(Curl(post + node1Identity +
+                 "--data-binary @/var/lib/quarry-test-large.json")
+                .first,
+            "413");
+  EXPECT_EQ(AskProxy("{\"hostName\": node1").first, "400");
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node1\"}").first, "400");
+
+  EXPECT_EQ(ComputerList(), computers);
+  EXPECT_EQ(ComputerAttribute("NODE2", "uSNChanged"), node2);
+  EXPECT_EQ(ComputerDN("NODE1"), "");
 }
 
 }  // namespace
