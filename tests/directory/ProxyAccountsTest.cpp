@@ -7,6 +7,7 @@
 #include <dirent.h>
 
 #include <atomic>
+#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <mutex>
@@ -282,9 +283,77 @@ TEST_F(ProxyAccountsTest, BadRequestsChangeNothingInTheDirectory) {
   EXPECT_EQ(AskProxy("{\"hostName\": node1").first, "400");
   EXPECT_EQ(AskProxy("{\"hostName\":\"node1\"}").first, "400");
 
+  // From an address outside allowed-networks no connection is made at all.
+  Shell("ip addr add 198.51.100.2/24 dev qdc0");
+  EXPECT_EQ(std::system(("curl -sk --connect-timeout 2 -o /dev/null --interface "
+                         "198.51.100.2 " + node1Identity + post +
+                         "-d '{\"hostName\":\"node1.ad.test\"}'")
+                            .c_str()),
+            28 << 8);
+
   EXPECT_EQ(ComputerList(), computers);
   EXPECT_EQ(ComputerAttribute("NODE2", "uSNChanged"), node2);
   EXPECT_EQ(ComputerDN("NODE1"), "");
+}
+
+// Hosts with a certificate that a trusted authority issued are served for
+// the name it was issued for, without being enrolled.
+TEST_F(ProxyAccountsTest, ServesHostsWhoseAuthorityItTrusts) {
+  Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-days 2 -subj /CN=Hosts-CA -keyout /etc/quarry/hosts-ca.key "
+        "-out /etc/quarry/hosts-ca.pem 2>/dev/null");
+  WriteFile("/etc/quarry/node5.ext", "subjectAltName=DNS:node5.ad.test\n");
+  Shell("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-subj /CN=node5.ad.test -keyout /etc/quarry/node5.ad.test.key "
+        "-out /var/lib/quarry-test-node5.csr 2>/dev/null && "
+        "openssl x509 -req -in /var/lib/quarry-test-node5.csr "
+        "-CA /etc/quarry/hosts-ca.pem -CAkey /etc/quarry/hosts-ca.key "
+        "-CAcreateserial -days 2 -extfile /etc/quarry/node5.ext "
+        "-out /etc/quarry/node5.ad.test.pem 2>/dev/null");
+  proxy_.reset();
+  Shell("echo 'client-ca-file = \"/etc/quarry/hosts-ca.pem\"' >> "
+        "/etc/quarry/authproxyd.conf");
+  StartProxy();
+  const auto created = AskProxy("{\"hostName\":\"node5.ad.test\"}", "node5.ad.test");
+  EXPECT_EQ(created.first, "200") << created.second << ReadFile(kProxyLog);
+  EXPECT_EQ(ComputerDN("NODE5"), "CN=NODE5,CN=Computers,DC=ad,DC=test");
+  EXPECT_TRUE(KerberosLogon("NODE5$@AD.TEST", Member(created.second, "oneTimePassword")));
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node6.ad.test\"}", "node5.ad.test").first, "403");
+  EXPECT_EQ(ComputerDN("NODE6"), "");
+}
+
+// A domain controller that stops answering: the client is answered at its
+// deadline, and the work, when the controller answers again later,
+// creates nothing.
+TEST_F(ProxyAccountsTest, CreatesNothingAfterTheClientsReplyLimit) {
+  proxy_.reset();
+  Shell("echo 'request-timeout-seconds = \"3\"' >> /etc/quarry/authproxyd.conf");
+  StartProxy();
+  Shell(kSambaDc + " pause " + kDcDirectory);
+  const auto started = std::chrono::steady_clock::now();
+  EXPECT_EQ(AskProxy("{\"hostName\":\"node1.ad.test\"}"),
+            std::make_pair(std::string("504"),
+                           std::string("{\"error\":\"the directory did not "
+                                       "answer within 3 seconds\"}")));
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(6));
+  Shell(kSambaDc + " resume " + kDcDirectory);
+  // The work under way ends with its own failure once the controller is
+  // back (or the Kerberos library gives up on it).
+  const std::string request = "computer account node1.ad.test for ";
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  std::string log;
+  for (;;) {
+    log = ReadFile(kProxyLog);
+    const std::string::size_type first = log.find(request);
+    if (first != std::string::npos &&
+        log.find(request, first + 1) != std::string::npos) {
+      break;
+    }
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline) << log;
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+  EXPECT_EQ(ComputerDN("NODE1"), "");
+  EXPECT_EQ(log.find("created computer account"), std::string::npos) << log;
 }
 
 }  // namespace
