@@ -1,5 +1,7 @@
-// "nss": edits of /etc/nsswitch.conf through the library's model, replaced
-// atomically, and refused files left byte for byte as they were.
+// "nss": edits of /etc/nsswitch.conf that change one database's line and
+// keep every other line and comment byte for byte, replaced atomically with
+// the previous file kept as a backup; files the library's model cannot
+// read whole are refused and left byte for byte as they were.
 #include <gtest/gtest.h>
 
 #include "tools/ToolHarness.h"
@@ -24,6 +26,7 @@ class NssCommandsTest : public ::testing::Test {
 
 void ExpectNoTemporaryFiles() {
   for (const auto& name : ListDirectory("/etc")) {
+    if (name == "nsswitch.conf.quarryauthctl-backup") continue;
     EXPECT_EQ(name.find("nsswitch.conf."), std::string::npos) << name;
   }
 }
@@ -49,8 +52,18 @@ TEST_F(NssCommandsTest, SetsADatabasesServices) {
   set = RunTool({"nss", "set", "shadow", "files"});
   EXPECT_EQ(set.exitStatus, 0) << set.err;
   EXPECT_EQ(ReadFile(kSwitch),
-            "passwd: files quarrydemo\ngroup: files systemd\nshadow: files\n"
-            "hosts: files dns\nnetgroup: nis\n");
+            "# Name Service Switch\n"
+            "passwd:         files quarrydemo\n"
+            "group:          files systemd\n"
+            "hosts:          files dns\n"
+            "netgroup:       nis\n"
+            "shadow:\tfiles\n");
+  EXPECT_EQ(ReadFile("/etc/nsswitch.conf.quarryauthctl-backup"),
+            "# Name Service Switch\n"
+            "passwd:         files quarrydemo\n"
+            "group:          files systemd\n"
+            "hosts:          files dns\n"
+            "netgroup:       nis\n");
   set = RunTool({"nss", "set", "group", "quarrydemo [UNAVAIL=return]"});
   EXPECT_EQ(set.exitStatus, 0) << set.err;
   const nlohmann::json json = RunTool({"nss", "show", "--json"}).Json();

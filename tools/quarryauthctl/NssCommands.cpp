@@ -145,19 +145,55 @@ int Show(bool json) {
   return kSuccess;
 }
 
+// text with the line of database replaced by one that names services, the
+// spacing after "database:" kept; appended when there is none. Every other
+// line stays byte for byte.
+std::string WithDatabaseLine(const std::string& text,
+                             const std::string& database,
+                             const std::string& services) {
+  std::istringstream lines(text);
+  std::string line, result;
+  bool replaced = false;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string first;
+    if (!replaced && (words >> first) && first == database + ":") {
+      const std::string::size_type name = line.find(first);
+      const std::string::size_type value =
+          line.find_first_not_of(" \t", name + first.size());
+      const std::string lead = value == std::string::npos
+                                   ? line.substr(0, name + first.size()) + " "
+                                   : line.substr(0, value);
+      line = lead + services;
+      replaced = true;
+    }
+    result += line + "\n";
+  }
+  if (!text.empty() && text.back() != '\n') result.pop_back();
+  if (!replaced) {
+    if (!result.empty() && result.back() != '\n') result += '\n';
+    result += database + ":\t" + services + "\n";
+  }
+  return result;
+}
+
 int Set(const std::string& databaseWord,
         const std::vector<std::string>& serviceTexts) {
   const sc::NSSDatabase database = ParseDatabase(databaseWord);
   std::deque<sc::NSSService> services;
   for (const auto& text : serviceTexts) services.push_back(ParseService(text));
-  sc::NSSConfiguration configuration = ReadSwitch();
-  configuration[database] = services;
-  std::ostringstream text;
-  text << configuration;
-  ReplaceSystemFile(kSwitchPath, text.str());
+  // The model must read the file whole before any of it is changed.
+  ReadSwitch();
+  const std::string before = ReadSystemFile(kSwitchPath);
   std::ostringstream line;
-  for (const auto& service : services) line << ' ' << service;
-  std::cout << std::string(database) << ":" << line.str() << '\n';
+  for (const auto& service : services) {
+    if (line.tellp() > 0) line << ' ';
+    line << service;
+  }
+  ReplaceSystemFile(std::string(kSwitchPath) + ".quarryauthctl-backup", before);
+  ReplaceSystemFile(kSwitchPath,
+                    WithDatabaseLine(before, std::string(database), line.str()));
+  std::cout << std::string(database) << ": " << line.str() << '\n';
   return kSuccess;
 }
 

@@ -10,6 +10,7 @@
 
 #include "ExitStatus.h"
 #include "Output.h"
+#include "PamFileText.h"
 #include "SystemFile.h"
 
 namespace quarryauthctl {
@@ -43,12 +44,6 @@ sc::PAMPolicy ReadPolicy(const std::string& service) {
   return policy;
 }
 
-void WritePolicy(const sc::PAMPolicy& policy) {
-  std::ostringstream text;
-  text << policy;
-  ReplaceSystemFile(ServicePath(policy.name()), text.str());
-}
-
 sc::PAMFacility ParseFacility(const std::string& word) {
   try {
     return sc::PAMFacility(word);
@@ -69,17 +64,6 @@ sc::PAMControl ParseControl(const std::string& word) {
 std::string StackName(const sc::PAMFacility& facility,
                       const std::string& path) {
   return "the " + std::string(facility) + " stack of '" + path + "'";
-}
-
-sc::PAMStack::iterator FindModule(sc::PAMStack& stack,
-                                  const std::string& module,
-                                  const std::string& path) {
-  const auto found = stack.find(module);
-  if (found == stack.end()) {
-    throw Failure("'" + module + "' is not in " +
-                  StackName(stack.Facility(), path));
-  }
-  return found;
 }
 
 Json EntryJson(sc::PAMEntry entry) {
@@ -118,25 +102,46 @@ struct AddOptions {
   std::string before, after;
 };
 
+// The backup of a service file's previous content: beside it, under a name
+// that no program asks PAM for.
+std::string BackupPath(const std::string& path) {
+  return path + ".quarryauthctl-backup";
+}
+
+// Writes the edited file, keeping the previous one as its backup.
+void WriteEdited(const std::string& path, const std::string& before,
+                 const PamFileText& edited) {
+  ReplaceSystemFile(BackupPath(path), before);
+  ReplaceSystemFile(path, edited.Text());
+}
+
+std::size_t FindRule(const PamFileText& file, const sc::PAMFacility& facility,
+                     const std::string& module, const std::string& path) {
+  const std::size_t line = file.FindRule(std::string(facility), module);
+  if (line == PamFileText::npos) {
+    throw Failure("'" + module + "' is not in " + StackName(facility, path));
+  }
+  return line;
+}
+
 int Add(const AddOptions& options) {
   const sc::PAMFacility facility = ParseFacility(options.facility);
-  sc::PAMEntry entry(ParseControl(options.control), options.module);
-  entry.parameters().assign(options.arguments.begin(), options.arguments.end());
-  sc::PAMPolicy policy = ReadPolicy(options.service);
+  const std::string control = std::string(ParseControl(options.control));
   const std::string path = ServicePath(options.service);
-  sc::PAMStack& stack = policy[facility];
-  if (stack.find(options.module) != stack.end()) {
+  const std::string before = ReadSystemFile(path);
+  PamFileText file(path, before);
+  const std::string stack = std::string(facility);
+  if (file.FindRule(stack, options.module) != PamFileText::npos) {
     throw Failure("'" + options.module + "' is already in " +
                   StackName(facility, path) + "; use set-args to change it");
   }
-  auto position = stack.end();
-  if (!options.before.empty())
-    position = FindModule(stack, options.before, path);
+  std::size_t at = file.EndOfFacility(stack);
+  if (!options.before.empty()) at = FindRule(file, facility, options.before, path);
   if (!options.after.empty()) {
-    position = FindModule(stack, options.after, path) + 1;
+    at = FindRule(file, facility, options.after, path) + 1;
   }
-  stack.insert(position, entry);
-  WritePolicy(policy);
+  file.InsertRule(at, stack, control, options.module, options.arguments);
+  WriteEdited(path, before, file);
   std::cout << "Added '" << options.module << "' to "
             << StackName(facility, path) << ".\n";
   return kSuccess;
@@ -145,11 +150,11 @@ int Add(const AddOptions& options) {
 int Remove(const std::string& service, const std::string& facilityWord,
            const std::string& module) {
   const sc::PAMFacility facility = ParseFacility(facilityWord);
-  sc::PAMPolicy policy = ReadPolicy(service);
   const std::string path = ServicePath(service);
-  sc::PAMStack& stack = policy[facility];
-  stack.erase(FindModule(stack, module, path));
-  WritePolicy(policy);
+  const std::string before = ReadSystemFile(path);
+  PamFileText file(path, before);
+  file.RemoveRule(FindRule(file, facility, module, path));
+  WriteEdited(path, before, file);
   std::cout << "Removed '" << module << "' from " << StackName(facility, path)
             << ".\n";
   return kSuccess;
@@ -157,13 +162,12 @@ int Remove(const std::string& service, const std::string& facilityWord,
 
 int SetArguments(const AddOptions& options) {
   const sc::PAMFacility facility = ParseFacility(options.facility);
-  sc::PAMPolicy policy = ReadPolicy(options.service);
   const std::string path = ServicePath(options.service);
-  sc::PAMStack& stack = policy[facility];
-  auto entry = FindModule(stack, options.module, path);
-  entry->parameters().assign(options.arguments.begin(),
-                             options.arguments.end());
-  WritePolicy(policy);
+  const std::string before = ReadSystemFile(path);
+  PamFileText file(path, before);
+  file.SetArguments(FindRule(file, facility, options.module, path),
+                    options.arguments);
+  WriteEdited(path, before, file);
   std::cout << "Arguments of '" << options.module << "' in "
             << StackName(facility, path) << ": " << JoinWords(options.arguments)
             << '\n';
