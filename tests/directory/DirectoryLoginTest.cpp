@@ -99,12 +99,11 @@ TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
       Tool("pam add quarry-directory auth required " +
            Quote(provider.PAMModule()) + Words(provider.PAMModuleParameters()));
   ASSERT_EQ(pam.exitStatus, 0) << pam.output;
-  // As the library's PAM model writes a service file.
+  // After the last auth rule; the other lines as they were.
   EXPECT_EQ(quarry_test::ReadFile("/etc/pam.d/quarry-directory"),
-            "#%PAM-1.0\n\n"
-            "account\trequired\tpam_permit.so\t\n\n"
-            "auth\tsufficient\tpam_unix.so\t\n"
-            "auth\trequired\tpam_sss.so\tuse_first_pass \n\n");
+            "auth\tsufficient\tpam_unix.so\n"
+            "auth\trequired\tpam_sss.so\tuse_first_pass\n"
+            "account\trequired\tpam_permit.so\n");
   for (const char* database : {"passwd", "group"}) {
     const CommandResult nss = Tool(std::string("nss set ") + database +
                                    " files " + Quote(provider.NSSModule()));
