@@ -12,6 +12,8 @@ namespace quarryadcli {
 
 // Status codes this plug-in answers with, beside those of the SDK header.
 const ADClientStatus kStatusNotEnoughMemory = 8;
+// The directory client's configuration could not be written.
+const ADClientStatus kStatusWriteFault = 29;
 const ADClientStatus kStatusInvalidParameter = 87;
 const ADClientStatus kStatusDirectory = 267;
 const ADClientStatus kStatusNoLogonServers = 1311;

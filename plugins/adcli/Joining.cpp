@@ -12,6 +12,7 @@
 
 #include "Adcli.h"
 #include "AdcliOutput.h"
+#include "ClientConfiguration.h"
 #include "DirectorySearch.h"
 #include "common/DomainControllers.h"
 #include "HostIdentity.h"
@@ -99,6 +100,18 @@ ADClientStatus JoinAndRecord(JoinRequest& request, const std::string& unit) {
     if (!keytabExisted) RemoveKeytab();
     return kStatusInternalError;
   }
+  // A joined host whose directory client knows nothing of the domain is of
+  // no use; without its configuration the join is taken back.
+  const ADClientStatus configured = ConfigureClient(membership);
+  if (configured != ADCLIENT_STATUS_SUCCESS) {
+    RemoveMembership();
+    if (withPassword) {
+      DeleteComputer(request.domain, request.computerName,
+                     request.domainController, request.user, request.secret);
+    }
+    if (!keytabExisted) RemoveKeytab();
+    return configured;
+  }
   return ADCLIENT_STATUS_SUCCESS;
 }
 
@@ -154,7 +167,7 @@ ADClientStatus Leave(const Credentials* credentials) {
   }
   RemoveKeytab();
   if (RemoveMembership() != 0) return kStatusInternalError;
-  return ADCLIENT_STATUS_SUCCESS;
+  return UnconfigureClient(membership);
 }
 
 }  // namespace quarryadcli

@@ -104,6 +104,22 @@ TEST_F(AdcliPlugin, JoinTwiceIsAlreadyJoinedAndLeaveTwiceIsNotJoined) {
   EXPECT_EQ(table_->PartDomain(nullptr), 2692u);
 }
 
+// A join whose directory client cannot be configured is taken back whole:
+// no record, no keys, no account; status 29 says what failed.
+TEST_F(AdcliPlugin, TakesTheJoinBackWhenTheClientCannotBeConfigured) {
+  quarry_test::Shell("rm -rf /etc/sssd/conf.d && mkdir -p /etc/sssd && "
+                     "touch /etc/sssd/conf.d");
+  EXPECT_EQ(Join("Quarry-Admin-1"), 29u);
+  EXPECT_FALSE(quarry_test::Exists("/var/lib/quarry/quarryadcli.state"));
+  EXPECT_FALSE(quarry_test::Exists("/etc/krb5.keytab"));
+  EXPECT_FALSE(quarry_test::Exists("/etc/krb5.conf.d/quarryadcli-AD.TEST.conf"));
+  EXPECT_TRUE(controller_->Search("DC=ad,DC=test", "(sAMAccountName=NODE1$)").empty());
+  // Once SSSD's folder can be written, the same join succeeds.
+  quarry_test::Shell("rm /etc/sssd/conf.d");
+  EXPECT_EQ(Join("Quarry-Admin-1"), 0u);
+  EXPECT_TRUE(quarry_test::Exists("/etc/sssd/conf.d/quarryadcli-ad.test.conf"));
+}
+
 TEST_F(AdcliPlugin, JoinsWithAPresetAccountsOneTimePassword) {
   PresetAccount();
   EXPECT_EQ(JoinWithMachineAccount("wrong-one"), 1326u);

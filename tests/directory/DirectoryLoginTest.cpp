@@ -25,23 +25,8 @@ using quarryauth_directory_test::RunCommand;
 using quarry_test::Shell;
 using quarry_test::WriteFile;
 
-const char kSssdSettings[] =
-    "[sssd]\n"
-    "services = nss, pam\n"
-    "domains = ad.test\n"
-    "\n"
-    "[domain/ad.test]\n"
-    "id_provider = ad\n"
-    "auth_provider = ad\n"
-    "access_provider = permit\n"
-    "ad_domain = ad.test\n"
-    "ad_server = dc1.ad.test\n"
-    "krb5_realm = AD.TEST\n"
-    "ldap_id_mapping = true\n"
-    "use_fully_qualified_names = true\n"
-    "cache_credentials = false\n"
-    "ad_gpo_access_control = disabled\n"
-    "dyndns_update = false\n";
+const char kSssdSnippet[] = "/etc/sssd/conf.d/quarryadcli-ad.test.conf";
+const char kKerberosDropIn[] = "/etc/krb5.conf.d/quarryadcli-AD.TEST.conf";
 
 CommandResult Tool(const std::string& arguments) {
   return RunCommand(Quote(QUARRYAUTHCTL_PATH) + " " + arguments);
@@ -76,7 +61,11 @@ CommandResult Authenticate(const std::string& user,
 TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
   // SSSD keeps its pid file in /run; this sandbox gets a /run of its own.
   Shell("mount -t tmpfs quarry-run /run");
-  Shell("mkdir -p /etc/quarry/quarryauth /etc/sssd");
+  Shell("mkdir -p /etc/quarry/quarryauth");
+  // A host whose SSSD and Kerberos know nothing of the domain yet.
+  Shell("rm -rf /etc/sssd/sssd.conf /etc/sssd/conf.d /etc/krb5.conf.d");
+  WriteFile("/etc/krb5.conf", "# the host's own settings\n[libdefaults]\n  rdns = false\n");
+  const std::string kerberosBefore = quarry_test::ReadFile("/etc/krb5.conf");
   DomainController controller;
   ASSERT_FALSE(::testing::Test::HasFailure());
   quarryauth_directory_test::PrepareHost();
@@ -86,8 +75,22 @@ TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
                             quarryauth_directory_test::kAdministratorPassword};
   store.JoinDomain("ad.test", administrator, false);
 
-  WriteFile("/etc/sssd/sssd.conf", kSssdSettings);
-  ASSERT_EQ(chmod("/etc/sssd/sssd.conf", 0600), 0);
+  // The join gave SSSD a settings file of its own, readable by root only,
+  // and Kerberos the realm through a drop-in that krb5.conf now includes.
+  struct stat snippet;
+  ASSERT_EQ(::stat(kSssdSnippet, &snippet), 0);
+  EXPECT_EQ(snippet.st_mode & 07777, 0600u);
+  const std::string settings = quarry_test::ReadFile(kSssdSnippet);
+  EXPECT_NE(settings.find("[domain/ad.test]\nenabled = true\nid_provider = ad\n"),
+            std::string::npos)
+      << settings;
+  EXPECT_NE(quarry_test::ReadFile(kKerberosDropIn).find(" .ad.test = AD.TEST\n"),
+            std::string::npos);
+  EXPECT_EQ(quarry_test::ReadFile("/etc/krb5.conf"),
+            "# quarryadcli: the joined domain's Kerberos settings\n"
+            "includedir /etc/krb5.conf.d/\n" +
+                kerberosBefore);
+  // No service manager runs in the sandbox: the test starts SSSD.
   Shell("sssd -i --logger=stderr < /dev/null > /var/lib/quarry-test-sssd.log 2>&1 &");
 
   // The plug-in names the modules; the library's models place them.
@@ -128,6 +131,12 @@ TEST(DirectoryLogin, DirectoryUserResolvesAndAuthenticates) {
   EXPECT_NE(wrong.output.find("pamtester: Authentication failure"),
             std::string::npos)
       << wrong.output;
+
+  // Leaving takes away exactly what the join added.
+  store.PartDomain(administrator);
+  EXPECT_NE(::stat(kSssdSnippet, &snippet), 0);
+  EXPECT_NE(::stat(kKerberosDropIn, &snippet), 0);
+  EXPECT_EQ(quarry_test::ReadFile("/etc/krb5.conf"), kerberosBefore);
 }
 
 }  // namespace

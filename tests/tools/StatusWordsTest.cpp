@@ -45,7 +45,7 @@ TEST(StatusWordsTest, KeepsTheTableInOrderWithoutDuplicates) {
 // the plug-ins return without one, has words.
 TEST(StatusWordsTest, CoversEveryCodeThePluginsAndTheLibraryKnow) {
   for (uint64_t code :
-       {2u, 5u, 8u, 86u, 87u, 120u, 267u, 609u, 1002u, 1060u, 1061u, 1062u,
+       {2u, 5u, 8u, 29u, 86u, 87u, 120u, 267u, 609u, 1002u, 1060u, 1061u, 1062u,
         1064u, 1067u, 1201u, 1209u, 1210u, 1212u, 1213u, 1214u, 1215u, 1216u,
         1222u, 1225u, 1229u, 1231u, 1311u, 1315u, 1317u, 1324u, 1325u, 1326u,
         1330u, 1331u, 1355u, 1359u, 1398u, 1575u, 1610u, 1703u, 1786u, 1787u,
