@@ -200,13 +200,6 @@ std::string ComputerList() {
   return ReadFile("/var/lib/fleet-computers.txt");
 }
 
-bool KerberosLogon(const std::string& principal, const std::string& password) {
-  WriteFile("/var/lib/fleet-kinit.in", password + "\n");
-  return std::system(("KRB5CCNAME=MEMORY:fleet kinit '" + principal +
-                      "' < /var/lib/fleet-kinit.in > /dev/null 2>&1")
-                         .c_str()) == 0;
-}
-
 std::string OneTimePassword(const std::string& body) {
   const std::string key = "\"oneTimePassword\":\"";
   const std::string::size_type at = body.find(key);
@@ -277,7 +270,7 @@ FleetRun RunFleet(int clients, int workers, int delayMs) {
   for (int sample = 0; sample < kSampledLogons; ++sample) {
     const int host = sample * clients / kSampledLogons;
     if (!failures[host].empty()) continue;
-    if (!KerberosLogon("FLEET" + std::to_string(host) + "$@AD.TEST", passwords[host])) {
+    if (!authproxy_test::KerberosLogon("FLEET" + std::to_string(host) + "$@AD.TEST", passwords[host])) {
       ++run.unusableAccounts;
     }
   }

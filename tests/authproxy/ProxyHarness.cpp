@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 
@@ -30,6 +31,29 @@ void MakeHostCertificate(const std::string& host) {
         "-nodes -days 2 -subj /CN=" + host + " -addext subjectAltName=DNS:" +
         host + " -keyout /etc/quarry/" + host + ".key -out /etc/quarry/" +
         host + ".pem 2>/dev/null");
+}
+
+void MakeAuthorityIssuedCertificate(const std::string& host) {
+  Shell("test -e /etc/quarry/hosts-ca.pem || "
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-days 2 -subj /CN=Hosts-CA -keyout /etc/quarry/hosts-ca.key "
+        "-out /etc/quarry/hosts-ca.pem 2>/dev/null");
+  quarry_test::WriteFile("/etc/quarry/" + host + ".ext",
+                         "subjectAltName=DNS:" + host + "\n");
+  Shell("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-subj /CN=" + host + " -keyout /etc/quarry/" + host + ".key "
+        "-out /var/lib/quarry-test-" + host + ".csr 2>/dev/null && "
+        "openssl x509 -req -in /var/lib/quarry-test-" + host + ".csr "
+        "-CA /etc/quarry/hosts-ca.pem -CAkey /etc/quarry/hosts-ca.key "
+        "-CAcreateserial -days 2 -extfile /etc/quarry/" + host + ".ext "
+        "-out /etc/quarry/" + host + ".pem 2>/dev/null");
+}
+
+bool KerberosLogon(const std::string& principal, const std::string& password) {
+  quarry_test::WriteFile("/var/lib/quarry-test-kinit.in", password + "\n");
+  return std::system(("KRB5CCNAME=MEMORY:test kinit '" + principal +
+                      "' < /var/lib/quarry-test-kinit.in > /dev/null 2>&1")
+                         .c_str()) == 0;
 }
 
 void UseHostCertificate(const std::string& host) {

@@ -22,6 +22,12 @@ std::string OpensslThumbprint(const std::string& pemPath);
 void MakeHostCertificate(const std::string& host);
 // Its SHA-256 thumbprint as openssl prints it: what the proxy enrols.
 std::string OpensslSha256Thumbprint(const std::string& pemPath);
+// A certificate /etc/quarry/<host>.pem (key <host>.key) for host, issued
+// by the authority /etc/quarry/hosts-ca.pem, made on first use.
+void MakeAuthorityIssuedCertificate(const std::string& host);
+// Whether the domain's Kerberos service accepts password for principal (a
+// kinit into a credential cache of its own memory).
+bool KerberosLogon(const std::string& principal, const std::string& password);
 // Has the quarrycam plug-in present host's certificate (none: empty).
 void UseHostCertificate(const std::string& host);
 

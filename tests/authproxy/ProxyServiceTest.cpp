@@ -368,17 +368,7 @@ TEST_F(ProxyServiceTest, RefusesClientsWithoutAnEnrolledCertificate) {
 }
 
 TEST_F(ProxyServiceTest, ServesHostsWhoseCertificateATrustedAuthorityIssued) {
-  Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
-        "-days 2 -subj /CN=Hosts-CA -keyout /etc/quarry/hosts-ca.key "
-        "-out /etc/quarry/hosts-ca.pem 2>/dev/null");
-  WriteFile("/etc/quarry/node5.ext", "subjectAltName=DNS:node5.ad.test\n");
-  Shell("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
-        "-subj /CN=node5.ad.test -keyout /etc/quarry/node5.ad.test.key "
-        "-out /var/lib/quarry-test-node5.csr 2>/dev/null && "
-        "openssl x509 -req -in /var/lib/quarry-test-node5.csr -CA /etc/quarry/hosts-ca.pem "
-        "-CAkey /etc/quarry/hosts-ca.key -CAcreateserial -days 2 "
-        "-extfile /etc/quarry/node5.ext "
-        "-out /etc/quarry/node5.ad.test.pem 2>/dev/null");
+  MakeAuthorityIssuedCertificate("node5.ad.test");
   Configure("client-ca-file = \"/etc/quarry/hosts-ca.pem\"\n"
             "request-timeout-seconds = \"1\"\n");
   StartProxy();

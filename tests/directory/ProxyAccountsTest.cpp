@@ -38,15 +38,6 @@ std::string Member(const std::string& json, const std::string& name) {
   return json.substr(from, json.find('"', from) - from);
 }
 
-// Whether the directory's Kerberos service accepts password for
-// principal: a logon into a credential cache of kinit's own memory.
-bool KerberosLogon(const std::string& principal, const std::string& password) {
-  WriteFile("/var/lib/quarry-test-kinit.in", password + "\n");
-  return std::system(("KRB5CCNAME=MEMORY:test kinit '" + principal +
-                      "' < /var/lib/quarry-test-kinit.in > /dev/null 2>&1")
-                         .c_str()) == 0;
-}
-
 // The domain's computer accounts, as samba-tool lists them.
 std::string ComputerList() {
   Shell(kSambaDc + " tool " + kDcDirectory +
@@ -299,17 +290,7 @@ TEST_F(ProxyAccountsTest, BadRequestsChangeNothingInTheDirectory) {
 // Hosts with a certificate that a trusted authority issued are served for
 // the name it was issued for, without being enrolled.
 TEST_F(ProxyAccountsTest, ServesHostsWhoseAuthorityItTrusts) {
-  Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
-        "-days 2 -subj /CN=Hosts-CA -keyout /etc/quarry/hosts-ca.key "
-        "-out /etc/quarry/hosts-ca.pem 2>/dev/null");
-  WriteFile("/etc/quarry/node5.ext", "subjectAltName=DNS:node5.ad.test\n");
-  Shell("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
-        "-subj /CN=node5.ad.test -keyout /etc/quarry/node5.ad.test.key "
-        "-out /var/lib/quarry-test-node5.csr 2>/dev/null && "
-        "openssl x509 -req -in /var/lib/quarry-test-node5.csr "
-        "-CA /etc/quarry/hosts-ca.pem -CAkey /etc/quarry/hosts-ca.key "
-        "-CAcreateserial -days 2 -extfile /etc/quarry/node5.ext "
-        "-out /etc/quarry/node5.ad.test.pem 2>/dev/null");
+  MakeAuthorityIssuedCertificate("node5.ad.test");
   proxy_.reset();
   Shell("echo 'client-ca-file = \"/etc/quarry/hosts-ca.pem\"' >> "
         "/etc/quarry/authproxyd.conf");
