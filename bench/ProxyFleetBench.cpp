@@ -170,16 +170,10 @@ std::unique_ptr<Daemon> StartProxy(int workers, int delayMs) {
                               (delayMs > 0 ? "198.51.100.1" : "198.51.100.10") +
                               "\tdc1.ad.test\n");
   WriteFile("/etc/quarry/authproxyd.conf",
-            "listen-address = \"198.51.100.10\"\n"
-            "certificate-file = \"/etc/quarry/authproxyd.pem\"\n"
-            "key-file = \"/etc/quarry/authproxyd.key\"\n"
-            "domain = \"ad.test\"\n"
-            "service-user = \"Administrator\"\n"
-            "password-file = \"/etc/quarry/authproxyd.secret\"\n"
-            "domain-controller = \"dc1.ad.test\"\n"
-            "allowed-networks = \"198.51.100.1\"\n"
-            "request-timeout-seconds = \"300\"\n"
-            "directory-workers = \"" + std::to_string(workers) + "\"\n");
+            authproxy_test::DomainProxySettings(
+                "domain-controller = \"dc1.ad.test\"\n"
+                "request-timeout-seconds = \"300\"\n"
+                "directory-workers = \"" + std::to_string(workers) + "\"\n"));
   const std::string netns = ReadFile(std::string(kDcDirectory) + "/netns.pid");
   std::unique_ptr<Daemon> proxy(new Daemon(
       {"nsenter", "--net", "--target", netns.substr(0, netns.find('\n')),

@@ -26,6 +26,17 @@ void MakeCertificate(const std::string& name) {
         name + ".pem 2>/dev/null");
 }
 
+std::string DomainProxySettings(const std::string& extra) {
+  return "listen-address = \"198.51.100.10\"\n"
+         "certificate-file = \"/etc/quarry/authproxyd.pem\"\n"
+         "key-file = \"/etc/quarry/authproxyd.key\"\n"
+         "domain = \"ad.test\"\n"
+         "service-user = \"Administrator\"\n"
+         "password-file = \"/etc/quarry/authproxyd.secret\"\n"
+         "allowed-networks = \"198.51.100.1\"\n" +
+         extra;
+}
+
 void MakeHostCertificate(const std::string& host) {
   Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 "
         "-nodes -days 2 -subj /CN=" + host + " -addext subjectAltName=DNS:" +

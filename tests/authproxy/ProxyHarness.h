@@ -13,6 +13,12 @@
 
 namespace authproxy_test {
 
+// The settings of a proxy beside the test domain controller: it listens on
+// 198.51.100.10, serves 198.51.100.1 and works as the domain's
+// Administrator with the certificate, key and password in /etc/quarry;
+// extra lines follow.
+std::string DomainProxySettings(const std::string& extra = std::string());
+
 // A self-signed certificate /etc/quarry/<name>.pem with key <name>.key.
 void MakeCertificate(const std::string& name);
 // Its SHA-1 thumbprint as openssl prints it (upper-case pairs and ':').

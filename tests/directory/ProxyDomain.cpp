@@ -115,14 +115,7 @@ void ProxyDomainTest::PrepareProxy() {
   MakeCertificate("authproxyd");
   WriteFile("/etc/quarry/authproxyd.secret", std::string(kAdminPassword) + "\n");
   ::chmod("/etc/quarry/authproxyd.secret", 0600);
-  WriteFile("/etc/quarry/authproxyd.conf",
-            "listen-address = \"198.51.100.10\"\n"
-            "certificate-file = \"/etc/quarry/authproxyd.pem\"\n"
-            "key-file = \"/etc/quarry/authproxyd.key\"\n"
-            "domain = \"ad.test\"\n"
-            "service-user = \"Administrator\"\n"
-            "password-file = \"/etc/quarry/authproxyd.secret\"\n"
-            "allowed-networks = \"198.51.100.1\"\n");
+  WriteFile("/etc/quarry/authproxyd.conf", DomainProxySettings());
   Shell(std::string(AUTHPROXYD) +
         " enroll node1.ad.test --certificate /etc/quarry/quarrycam.pem"
         " > /dev/null");

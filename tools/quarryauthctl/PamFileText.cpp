@@ -52,11 +52,6 @@ std::vector<Jump> JumpsOf(const std::string& control) {
   return jumps;
 }
 
-bool IsInclude(const std::string& text, const std::string& control) {
-  const std::size_t start = SkipBlanks(text, 0);
-  return text.compare(start, 8, "@include") == 0 || control == "include";
-}
-
 }  // namespace
 
 PamFileText::PamFileText(const std::string& path, const std::string& text)
@@ -88,9 +83,9 @@ bool PamFileText::Parse(Line& line) {
   const std::string& text = line.text;
   const std::size_t start = SkipBlanks(text, 0);
   if (start == text.size() || text[start] == '#' || text[start] == '@') {
-    return start == text.size() || text[start] == '#' ||
-           text.compare(start, 9, "@include ") == 0 ||
-           text.compare(start, 9, "@include\t") == 0;
+    line.include = text.compare(start, 9, "@include ") == 0 ||
+                   text.compare(start, 9, "@include\t") == 0;
+    return start == text.size() || text[start] == '#' || line.include;
   }
   std::size_t typeStart = start;
   if (text[typeStart] == '-') ++typeStart;
@@ -112,6 +107,8 @@ bool PamFileText::Parse(Line& line) {
   line.moduleStart = SkipBlanks(text, line.controlEnd);
   line.moduleEnd = WordEnd(text, line.moduleStart);
   line.rule = line.controlEnd > line.controlStart && line.moduleEnd > line.moduleStart;
+  line.include = text.compare(line.controlStart, line.controlEnd - line.controlStart,
+                              "include") == 0;
   return line.rule;
 }
 
@@ -162,13 +159,7 @@ void PamFileText::AdjustJumps(const std::string& facility, std::size_t position,
       const std::size_t landing = index + jump->value + 1;
       if (landing < position) continue;
       for (std::size_t between = stack[index] + 1; between < changedLine; ++between) {
-        if (IsInclude(lines_[between].text,
-                      lines_[between].rule
-                          ? lines_[between].text.substr(
-                                lines_[between].controlStart,
-                                lines_[between].controlEnd -
-                                    lines_[between].controlStart)
-                          : std::string())) {
+        if (lines_[between].include) {
           throw ModelRefusal("where the jump of line " +
                              std::to_string(stack[index] + 1) + " of '" + path_ +
                              "' lands depends on an included file; the file "

@@ -43,6 +43,7 @@ class PamFileText {
   struct Line {
     std::string text;
     bool rule = false;
+    bool include = false;  // "@include", or a rule whose control is include
     std::string facility;  // without a leading "-"
     std::size_t controlStart = 0, controlEnd = 0;  // offsets in text
     std::size_t moduleStart = 0, moduleEnd = 0;
