@@ -17,6 +17,7 @@
 #include "common/DomainControllers.h"
 #include "HostIdentity.h"
 #include "Membership.h"
+#include "RefusedLogons.h"
 
 namespace quarryadcli {
 namespace {
@@ -132,7 +133,22 @@ ADClientStatus JoinWithPassword(const char* domain,
   }
   request.user = credentials->username;
   request.secret = credentials->password;
-  return JoinAndRecord(request, unit);
+  // The library asks again after a failed logon; the same refused
+  // credentials are answered here instead of costing another bad logon.
+  const Logon logon{request.domain, request.user, request.secret};
+  RefusedLogons& refused = RecentlyRefusedLogons();
+  if (refused.Refused(logon, RefusedLogons::Clock::now())) {
+    syslog(LOG_NOTICE,
+           "quarryadcli: the directory refused these credentials for %s a "
+           "moment ago; not asking it again",
+           request.domain.c_str());
+    return ADCLIENT_STATUS_LOGON_FAILURE;
+  }
+  const ADClientStatus status = JoinAndRecord(request, unit);
+  if (status == ADCLIENT_STATUS_LOGON_FAILURE) {
+    refused.RememberRefusal(logon, RefusedLogons::Clock::now());
+  }
+  return status;
 }
 
 ADClientStatus JoinWithMachineAccount(

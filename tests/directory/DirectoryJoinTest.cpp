@@ -118,12 +118,34 @@ TEST_F(RealDirectory, MissingOrganizationalUnitIsRefusedAndLeavesNothing) {
   EXPECT_EQ(quarryauth_test::StoredDomain(), "(none)");
 }
 
-// The library's own four attempts, 30 seconds apart (counted, not slept).
+// The failed logons that the DC has counted against an account.
+std::string BadPasswordCount(DomainController& controller,
+                             const std::string& user) {
+  const std::string shown =
+      controller.Tool("user show " + user + " --attributes=badPwdCount");
+  const std::string key = "badPwdCount: ";
+  const std::size_t at = shown.find(key);
+  if (at == std::string::npos) return "(none)";
+  return shown.substr(at + key.size(), shown.find('\n', at) - at - key.size());
+}
+
+// The library's own four attempts, 30 seconds apart (counted, not slept),
+// cost the account one failed logon at the DC: the plug-in does not ask the
+// directory again with credentials it has just refused.
 TEST_F(RealDirectory, WrongPasswordIsALogonFailureAfterFourAttempts) {
-  Credentials wrong{quarryauth_directory_test::kAdministrator, "not-it"};
+  // The DC counts failed logons only where a lockout threshold is set.
+  controller_->Tool("domain passwordsettings set --account-lockout-threshold=10");
+  controller_->Tool("user create joiner Joiner-Pass-2026");
+  ASSERT_EQ(BadPasswordCount(*controller_, "joiner"), "0");
+  Credentials wrong{"joiner", "not-it"};
   EXPECT_EQ(JoinFailure<qa::LogonFailureException>("ad.test", wrong), 1326u);
   EXPECT_EQ(quarryauth_test::SleepCalls(), 4);
   EXPECT_THAT(ComputerObjects(), IsEmpty());
+  EXPECT_EQ(BadPasswordCount(*controller_, "joiner"), "1");
+  // Another password is asked of the directory again.
+  Credentials other{"joiner", "not-it-either"};
+  EXPECT_EQ(JoinFailure<qa::LogonFailureException>("ad.test", other), 1326u);
+  EXPECT_EQ(BadPasswordCount(*controller_, "joiner"), "2");
 }
 
 TEST_F(RealDirectory, UnknownDomainIsNoSuchDomain) {
