@@ -146,4 +146,29 @@ void Shell(const std::string& command) {
   }
 }
 
+const char kAlicePassword[] = "Alice-Secret-1";
+
+void AddLocalUser() {
+  Shell(std::string("useradd -M alice && echo 'alice:") + kAlicePassword +
+        "' | chpasswd");
+}
+
+namespace {
+
+int Pamtester(const std::string& service, const char* operation,
+              const char* password) {
+  WriteFile("/var/lib/quarry-test-pamtester.in", std::string(password) + "\n");
+  return std::system(("pamtester " + service + " alice " + operation +
+                      " < /var/lib/quarry-test-pamtester.in > /dev/null 2>&1")
+                         .c_str());
+}
+
+}  // namespace
+
+Outcome OutcomeOf(const std::string& service) {
+  return {Pamtester(service, "authenticate", kAlicePassword),
+          Pamtester(service, "authenticate", "wrong"),
+          Pamtester(service, "acct_mgmt", "")};
+}
+
 }  // namespace quarryauthctl_test

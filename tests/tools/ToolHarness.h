@@ -43,6 +43,22 @@ std::string ReadFile(const std::string& path);
 std::vector<std::string> ListDirectory(const std::string& path);
 void Shell(const std::string& command);
 
+// What PAM, through pamtester, tells the local user "alice" (password
+// kAlicePassword) of service: authentication with her password and with a
+// wrong one, and account management (pamtester's exit statuses).
+extern const char kAlicePassword[];
+struct Outcome {
+  int authenticated, wrongPasswordAuthenticated, account;
+  bool operator==(const Outcome& other) const {
+    return authenticated == other.authenticated &&
+           wrongPasswordAuthenticated == other.wrongPasswordAuthenticated &&
+           account == other.account;
+  }
+};
+// Adds alice to the host's own accounts.
+void AddLocalUser();
+Outcome OutcomeOf(const std::string& service);
+
 }  // namespace quarryauthctl_test
 
 #endif

@@ -11,6 +11,7 @@
 
 #include "ExitStatus.h"
 #include "Output.h"
+#include "NameServiceSwitchFile.h"
 #include "SystemFile.h"
 
 namespace quarryauthctl {
@@ -19,72 +20,8 @@ namespace sc = SystemConfiguration;
 
 namespace {
 
-const char kSwitchPath[] = "/etc/nsswitch.conf";
 const std::uint32_t kFirstDatabase = sc::NSSDatabase::Passwd;
 const std::uint32_t kLastDatabase = sc::NSSDatabase::Aliases;
-
-// The services that each database line names, counted the plain way (words
-// after the database, bracketed criteria not counted). The model skips the
-// words after a line's criteria; comparing counts catches that loss.
-std::map<std::string, std::size_t> CountServicesPlainly(
-    const std::string& text) {
-  std::map<std::string, std::size_t> counts;
-  std::istringstream lines(text);
-  std::string line;
-  while (std::getline(lines, line)) {
-    std::istringstream words(line);
-    std::string database, word;
-    if (!(words >> database) || database[0] == '#' || database.back() != ':') {
-      continue;
-    }
-    database.pop_back();
-    bool inCriteria = false;
-    while (words >> word && word[0] != '#') {
-      if (word.front() == '[') inCriteria = true;
-      if (!inCriteria) ++counts[database];
-      if (word.back() == ']') inCriteria = false;
-    }
-  }
-  return counts;
-}
-
-void RefuseLossyReading(const std::string& text,
-                        const sc::NSSConfiguration& configuration) {
-  sc::NSSConfiguration copy = configuration;
-  for (const auto& count : CountServicesPlainly(text)) {
-    sc::NSSDatabase database;
-    try {
-      database = count.first;
-    } catch (const sc::InvalidDatabaseException&) {
-      continue;  // the model skips unknown databases, and so do we
-    }
-    if (copy[database].size() != count.second) {
-      throw ModelRefusal(
-          std::string("the name-service switch model reads only ") +
-          std::to_string(copy[database].size()) + " of the " +
-          std::to_string(count.second) + " services of '" + count.first +
-          "' in '" + kSwitchPath +
-          "' (it skips the words after status criteria); it is left "
-          "untouched");
-    }
-  }
-}
-
-sc::NSSConfiguration ReadSwitch() {
-  const std::string text = ReadSystemFile(kSwitchPath);
-  std::istringstream in(text);
-  sc::NSSConfiguration configuration;
-  try {
-    in >> configuration;
-  } catch (const std::exception& error) {
-    throw ModelRefusal(std::string("the name-service switch model cannot "
-                                   "read '") +
-                       kSwitchPath + "' (" + error.what() +
-                       "); it is left untouched");
-  }
-  RefuseLossyReading(text, configuration);
-  return configuration;
-}
 
 sc::NSSDatabase ParseDatabase(const std::string& word) {
   try {
@@ -141,40 +78,8 @@ int Show(bool json) {
     for (const auto& service : services) list.push_back(ServiceJson(service));
     databases[std::string(database)] = list;
   }
-  PrintJson({{"path", kSwitchPath}, {"databases", databases}});
+  PrintJson({{"path", std::string(kSwitchPath)}, {"databases", databases}});
   return kSuccess;
-}
-
-// text with the line of database replaced by one that names services, the
-// spacing after "database:" kept; appended when there is none. Every other
-// line stays byte for byte.
-std::string WithDatabaseLine(const std::string& text,
-                             const std::string& database,
-                             const std::string& services) {
-  std::istringstream lines(text);
-  std::string line, result;
-  bool replaced = false;
-  while (std::getline(lines, line)) {
-    std::istringstream words(line);
-    std::string first;
-    if (!replaced && (words >> first) && first == database + ":") {
-      const std::string::size_type name = line.find(first);
-      const std::string::size_type value =
-          line.find_first_not_of(" \t", name + first.size());
-      const std::string lead = value == std::string::npos
-                                   ? line.substr(0, name + first.size()) + " "
-                                   : line.substr(0, value);
-      line = lead + services;
-      replaced = true;
-    }
-    result += line + "\n";
-  }
-  if (!text.empty() && text.back() != '\n') result.pop_back();
-  if (!replaced) {
-    if (!result.empty() && result.back() != '\n') result += '\n';
-    result += database + ":\t" + services + "\n";
-  }
-  return result;
 }
 
 int Set(const std::string& databaseWord,

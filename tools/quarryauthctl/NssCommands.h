@@ -1,7 +1,7 @@
-// The "nss" commands: show and edit /etc/nsswitch.conf through the
-// library's name-service switch model. The file is rewritten in the
-// model's own layout (databases in their fixed order, comments not kept);
-// a file that the model cannot read is refused and left untouched.
+// The "nss" commands: show /etc/nsswitch.conf through the library's
+// name-service switch model, and replace one database's line, keeping every
+// other line; a file that the model cannot read whole is refused and left
+// untouched.
 #ifndef QUARRYAUTHCTL_NSSCOMMANDS_H
 #define QUARRYAUTHCTL_NSSCOMMANDS_H
 

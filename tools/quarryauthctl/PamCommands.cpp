@@ -23,16 +23,8 @@ const sc::PAMFacility::Facility kFacilities[] = {
     sc::PAMFacility::Account, sc::PAMFacility::Auth, sc::PAMFacility::Password,
     sc::PAMFacility::Session};
 
-std::string ServicePath(const std::string& service) {
-  if (service.empty() || service == "." || service == ".." ||
-      service.find('/') != std::string::npos) {
-    throw UsageError("'" + service + "' is not a PAM service name");
-  }
-  return "/etc/pam.d/" + service;
-}
-
 sc::PAMPolicy ReadPolicy(const std::string& service) {
-  const std::string path = ServicePath(service);
+  const std::string path = PamServicePath(service);
   std::istringstream text(ReadSystemFile(path));
   sc::PAMPolicy policy(service);
   try {
@@ -91,7 +83,7 @@ int Show(const std::string& service, bool json) {
     stacks[std::string(sc::PAMFacility(facility))] = entries;
   }
   PrintJson({{"service", service},
-             {"path", ServicePath(service)},
+             {"path", PamServicePath(service)},
              {"stacks", stacks}});
   return kSuccess;
 }
@@ -102,16 +94,10 @@ struct AddOptions {
   std::string before, after;
 };
 
-// The backup of a service file's previous content: beside it, under a name
-// that no program asks PAM for.
-std::string BackupPath(const std::string& path) {
-  return path + ".quarryauthctl-backup";
-}
-
 // Writes the edited file, keeping the previous one as its backup.
 void WriteEdited(const std::string& path, const std::string& before,
                  const PamFileText& edited) {
-  ReplaceSystemFile(BackupPath(path), before);
+  ReplaceSystemFile(PamBackupPath(path), before);
   ReplaceSystemFile(path, edited.Text());
 }
 
@@ -127,7 +113,7 @@ std::size_t FindRule(const PamFileText& file, const sc::PAMFacility& facility,
 int Add(const AddOptions& options) {
   const sc::PAMFacility facility = ParseFacility(options.facility);
   const std::string control = std::string(ParseControl(options.control));
-  const std::string path = ServicePath(options.service);
+  const std::string path = PamServicePath(options.service);
   const std::string before = ReadSystemFile(path);
   PamFileText file(path, before);
   const std::string stack = std::string(facility);
@@ -150,7 +136,7 @@ int Add(const AddOptions& options) {
 int Remove(const std::string& service, const std::string& facilityWord,
            const std::string& module) {
   const sc::PAMFacility facility = ParseFacility(facilityWord);
-  const std::string path = ServicePath(service);
+  const std::string path = PamServicePath(service);
   const std::string before = ReadSystemFile(path);
   PamFileText file(path, before);
   file.RemoveRule(FindRule(file, facility, module, path));
@@ -162,7 +148,7 @@ int Remove(const std::string& service, const std::string& facilityWord,
 
 int SetArguments(const AddOptions& options) {
   const sc::PAMFacility facility = ParseFacility(options.facility);
-  const std::string path = ServicePath(options.service);
+  const std::string path = PamServicePath(options.service);
   const std::string before = ReadSystemFile(path);
   PamFileText file(path, before);
   file.SetArguments(FindRule(file, facility, options.module, path),

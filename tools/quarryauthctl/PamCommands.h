@@ -1,8 +1,6 @@
-// The "pam" commands: show and edit a PAM service file, /etc/pam.d/SERVICE,
-// through the library's PAM model. The file is rewritten in the model's
-// own layout (stacks in the order account, auth, password, session;
-// comments are not kept); a file that the model cannot read is refused and
-// left untouched.
+// The "pam" commands: show a PAM service file, /etc/pam.d/SERVICE, through
+// the library's PAM model, and edit it line by line (PamFileText), keeping
+// every line that an edit does not touch and the previous file as a backup.
 #ifndef QUARRYAUTHCTL_PAMCOMMANDS_H
 #define QUARRYAUTHCTL_PAMCOMMANDS_H
 

@@ -54,6 +54,18 @@ std::vector<Jump> JumpsOf(const std::string& control) {
 
 }  // namespace
 
+std::string PamServicePath(const std::string& service) {
+  if (service.empty() || service == "." || service == ".." ||
+      service.find('/') != std::string::npos) {
+    throw UsageError("'" + service + "' is not a PAM service name");
+  }
+  return "/etc/pam.d/" + service;
+}
+
+std::string PamBackupPath(const std::string& path) {
+  return path + ".quarryauthctl-backup";
+}
+
 PamFileText::PamFileText(const std::string& path, const std::string& text)
     : path_(path) {
   std::string rest = text;
@@ -138,6 +150,26 @@ std::size_t PamFileText::FindRule(const std::string& facility,
     if (name == module || BaseName(name) == module) return i;
   }
   return npos;
+}
+
+bool PamFileText::HasRules(const std::string& facility) const {
+  return !Stack(facility).empty();
+}
+
+std::string PamFileText::IncludedService(const std::string& facility) const {
+  for (const std::size_t i : Stack(facility)) {
+    const std::string control = ControlOf(i);
+    if (control == "include" || control == "substack") {
+      const Line& line = lines_[i];
+      return line.text.substr(line.moduleStart, line.moduleEnd - line.moduleStart);
+    }
+  }
+  return std::string();
+}
+
+std::string PamFileText::ControlOf(std::size_t at) const {
+  const Line& line = lines_[at];
+  return line.text.substr(line.controlStart, line.controlEnd - line.controlStart);
 }
 
 std::size_t PamFileText::EndOfFacility(const std::string& facility) const {

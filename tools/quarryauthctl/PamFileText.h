@@ -11,6 +11,13 @@
 
 namespace quarryauthctl {
 
+// "/etc/pam.d/" + service; UsageError when service is no file name.
+std::string PamServicePath(const std::string& service);
+
+// The backup of a service file's previous content: beside it, under a name
+// that no program asks PAM for.
+std::string PamBackupPath(const std::string& path);
+
 class PamFileText {
  public:
   // Failure naming path when a line cannot be read as a comment, a blank,
@@ -23,6 +30,12 @@ class PamFileText {
   // or its file name), or npos.
   std::size_t FindRule(const std::string& facility,
                        const std::string& module) const;
+  bool HasRules(const std::string& facility) const;
+  // The service that the first "include" or "substack" rule of facility
+  // names, or empty.
+  std::string IncludedService(const std::string& facility) const;
+  // The control of the rule on line at, as written.
+  std::string ControlOf(std::size_t at) const;
   // The line after the last rule of facility, or the end of the file.
   std::size_t EndOfFacility(const std::string& facility) const;
 

@@ -72,12 +72,7 @@ std::string Words(const std::string& first,
 }
 
 int DescribeProvider(bool json) {
-  qa::ProviderConfiguration configuration;
-  const std::string name = configuration["provider"];
-  if (name.empty()) {
-    throw Failure("no directory plug-in is named in '" + configuration.Path() +
-                  "'");
-  }
+  const std::string name = ConfiguredProvider();
   const qa::ActiveDirectoryProvider provider(name);
   if (json) {
     PrintJson(
@@ -100,6 +95,16 @@ int DescribeProvider(bool json) {
 }
 
 }  // namespace
+
+std::string ConfiguredProvider() {
+  qa::ProviderConfiguration configuration;
+  const std::string name = configuration["provider"];
+  if (name.empty()) {
+    throw Failure("no directory plug-in is named in '" + configuration.Path() +
+                  "'");
+  }
+  return name;
+}
 
 std::string RecordedActiveStore() {
   qa::AuthenticationConfiguration configuration;

@@ -17,6 +17,9 @@ void AddStoreCommands(CLI::App& app, Action& chosen);
 // none is recorded.
 std::string RecordedActiveStore();
 
+// The directory plug-in that provider.conf names; Failure when none.
+std::string ConfiguredProvider();
+
 }  // namespace quarryauthctl
 
 #endif

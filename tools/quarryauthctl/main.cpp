@@ -16,6 +16,7 @@
 #include "ExitStatus.h"
 #include "JoinCommands.h"
 #include "LibraryLog.h"
+#include "LoginCommands.h"
 #include "NssCommands.h"
 #include "PamCommands.h"
 #include "StatusCommand.h"
@@ -132,6 +133,7 @@ int main(int argc, char** argv) {
   AddHostCertCommands(app, chosen);
   AddPamCommands(app, chosen);
   AddNssCommands(app, chosen);
+  AddLoginCommands(app, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
