@@ -16,10 +16,14 @@ const ADClientStatus kStatusNotEnoughMemory = 8;
 const ADClientStatus kStatusWriteFault = 29;
 const ADClientStatus kStatusInvalidParameter = 87;
 const ADClientStatus kStatusDirectory = 267;
+// SSSD, which serves the joined domain's users, is not installed.
+const ADClientStatus kStatusServiceMissing = 1060;
 const ADClientStatus kStatusNoLogonServers = 1311;
 const ADClientStatus kStatusPasswordExpired = 1330;
 const ADClientStatus kStatusInternalError = 1359;
 const ADClientStatus kStatusTimeSkew = 1398;
+// The host's Kerberos settings cannot be parsed.
+const ADClientStatus kStatusBadConfiguration = 1610;
 const ADClientStatus kStatusAccountLockedOut = 1909;
 const ADClientStatus kStatusAlreadyJoined = 2691;
 const ADClientStatus kStatusNotJoined = 2692;

@@ -1,5 +1,6 @@
 #include "ClientConfiguration.h"
 
+#include <krb5.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@ namespace quarryadcli {
 const char kSssdSettingsFolder[] = "/etc/sssd/conf.d";
 const char kKerberosSettingsPath[] = "/etc/krb5.conf";
 const char kKerberosDropInFolder[] = "/etc/krb5.conf.d";
+const char kSssdPath[] = "/usr/sbin/sssd";
 
 namespace {
 
@@ -149,7 +151,41 @@ void AskSssd(const char* action) {
   }
 }
 
+bool SssdInstalled() {
+  struct stat status;
+  return ::stat(kSssdPath, &status) == 0 && S_ISREG(status.st_mode) &&
+         ::access(kSssdPath, X_OK) == 0;
+}
+
+// Kerberos reads /etc/krb5.conf and what it includes when a context is
+// made; a file it cannot parse fails here, as it would fail SSSD later.
+bool KerberosSettingsReadable() {
+  krb5_context context = nullptr;
+  const krb5_error_code error = krb5_init_context(&context);
+  if (error == 0) {
+    krb5_free_context(context);
+    return true;
+  }
+  const char* message = krb5_get_error_message(nullptr, error);
+  syslog(LOG_ERR, "quarryadcli: the Kerberos settings in %s cannot be read: %s",
+         kKerberosSettingsPath, message);
+  krb5_free_error_message(nullptr, message);
+  return false;
+}
+
 }  // namespace
+
+ADClientStatus CheckClientCanBeConfigured() {
+  if (!SssdInstalled()) {
+    syslog(LOG_ERR,
+           "quarryadcli: SSSD is not installed (no %s); the domain's users "
+           "could not log in after a join",
+           kSssdPath);
+    return kStatusServiceMissing;
+  }
+  if (!KerberosSettingsReadable()) return kStatusBadConfiguration;
+  return ADCLIENT_STATUS_SUCCESS;
+}
 
 std::string SssdSettingsPath(const Membership& membership) {
   return std::string(kSssdSettingsFolder) + "/quarryadcli-" +

@@ -28,9 +28,13 @@ extern const char kKerberosDropInFolder[];  // "/etc/krb5.conf.d"
 std::string SssdSettingsPath(const Membership& membership);
 std::string KerberosDropInPath(const Membership& membership);
 
-// Writes both and has SSSD read them. On failure (status 5 when a file may
-// not be written, 31 otherwise) whatever was written is taken away again,
-// so that the previous configuration stands.
+// Whether the host can take the configuration, checked before a join
+// changes anything: 1060 when SSSD is not installed, 1610 when the host's
+// Kerberos settings cannot be read (the system log says where).
+ADClientStatus CheckClientCanBeConfigured();
+
+// Writes both and has SSSD read them. On failure (status 29) whatever was
+// written is taken away again, so that the previous configuration stands.
 ADClientStatus ConfigureClient(const Membership& membership);
 
 // Takes away what ConfigureClient wrote and has SSSD forget the domain.

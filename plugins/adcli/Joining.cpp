@@ -62,6 +62,8 @@ ADClientStatus JoinAndRecord(JoinRequest& request, const std::string& unit) {
   MembershipLock lock;
   Membership previous = LoadMembership();
   if (previous.Joined()) return kStatusAlreadyJoined;
+  const ADClientStatus ready = CheckClientCanBeConfigured();
+  if (ready != ADCLIENT_STATUS_SUCCESS) return ready;
   HostIdentity identity;
   if (!ReadHostIdentity(identity)) return kStatusInternalError;
   request.hostName = identity.fullyQualifiedName;

@@ -120,6 +120,29 @@ TEST_F(AdcliPlugin, TakesTheJoinBackWhenTheClientCannotBeConfigured) {
   EXPECT_TRUE(quarry_test::Exists("/etc/sssd/conf.d/quarryadcli-ad.test.conf"));
 }
 
+// Without SSSD the domain's users could not log in: the join is refused
+// before the directory is asked, with status 1060.
+TEST_F(AdcliPlugin, RefusesToJoinWhereSssdIsNotInstalled) {
+  quarry_test::Shell("mount --bind /dev/null /usr/sbin/sssd");
+  EXPECT_EQ(Join("Quarry-Admin-1"), 1060u);
+  EXPECT_FALSE(quarry_test::Exists("/var/lib/quarry/quarryadcli.state"));
+  EXPECT_FALSE(quarry_test::Exists("/etc/krb5.keytab"));
+  EXPECT_FALSE(quarry_test::Exists("/etc/sssd/conf.d/quarryadcli-ad.test.conf"));
+  EXPECT_TRUE(controller_->Search("DC=ad,DC=test", "(sAMAccountName=NODE1$)").empty());
+}
+
+// Kerberos settings that cannot be parsed would fail SSSD after the join:
+// the join is refused before anything changes, with status 1610.
+TEST_F(AdcliPlugin, RefusesToJoinWhereTheKerberosSettingsCannotBeRead) {
+  const std::string broken = "[libdefaults\n default_realm = AD.TEST\n";
+  quarry_test::WriteFile("/etc/krb5.conf", broken);
+  EXPECT_EQ(Join("Quarry-Admin-1"), 1610u);
+  EXPECT_EQ(quarry_test::ReadFile("/etc/krb5.conf"), broken);
+  EXPECT_FALSE(quarry_test::Exists("/var/lib/quarry/quarryadcli.state"));
+  EXPECT_FALSE(quarry_test::Exists("/etc/krb5.conf.d/quarryadcli-AD.TEST.conf"));
+  EXPECT_TRUE(controller_->Search("DC=ad,DC=test", "(sAMAccountName=NODE1$)").empty());
+}
+
 TEST_F(AdcliPlugin, JoinsWithAPresetAccountsOneTimePassword) {
   PresetAccount();
   EXPECT_EQ(JoinWithMachineAccount("wrong-one"), 1326u);
