@@ -27,7 +27,7 @@ TEST_F(GlobalOptionsTest, NamesAnUnknownCommand) {
             "quarryauthctl: unknown command 'bogus'; the commands are stores, "
             "activate, provider, status, join, join-proxy, proxy-domain, "
             "import-proxy-cert, leave, dc, smartcard, principal, username, "
-            "host-cert, pam, nss (see 'quarryauthctl --help')\n");
+            "host-cert, pam, nss, login (see 'quarryauthctl --help')\n");
 }
 
 TEST_F(GlobalOptionsTest, NamesAnUnknownCommandOfAGroup) {
