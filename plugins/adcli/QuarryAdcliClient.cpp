@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include <PluginAnswers.h>
 #include <PluginText.h>
 
 #include "Adcli.h"
@@ -20,10 +21,14 @@
 namespace quarryadcli {
 namespace {
 
+using quarry::plugin::AnswerDomainNames;
+using quarry::plugin::AnswerText;
+using quarry::plugin::AnswerTexts;
 using quarry::plugin::CopyText;
 using quarry::plugin::CopyTextArray;
 using quarry::plugin::ReleaseText;
 using quarry::plugin::ReleaseTextArray;
+using quarry::plugin::SameName;
 using quarry::plugin::TextsOf;
 using quarry::plugin::ToLower;
 using quarry::plugin::ToUpper;
@@ -40,28 +45,10 @@ const uint32_t kRelationshipNone = 0;
 const uint32_t kRelationshipOwnDomain = 1;
 const uint32_t kRelationshipTrusted = 2;
 
-bool SameName(const std::string& left, const std::string& right) {
-  return ToLower(left) == ToLower(right);
-}
-
 bool NamesJoinedDomain(const Membership& membership, const std::string& name) {
   return SameName(name, membership.domain) ||
          SameName(name, membership.realm) ||
          SameName(name, membership.netbiosName);
-}
-
-ADClientStatus AnswerText(const std::string& text, char** out,
-                          ADClientReleaseFunction* release) {
-  *release = ReleaseText;
-  *out = CopyText(text);
-  return *out == nullptr ? kStatusNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
-}
-
-ADClientStatus AnswerTexts(const std::vector<std::string>& texts,
-                           char*** out, ADClientReleaseFunction* release) {
-  *release = ReleaseTextArray;
-  *out = CopyTextArray(texts);
-  return *out == nullptr ? kStatusNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
 }
 
 ADClientStatus Remember(void (*change)(Membership&, const char* const*),
@@ -130,17 +117,6 @@ ADClientTrustState GetDomainTrustState() {
   return kTrustBroken;
 }
 
-void ReleaseDomainNames(void* array) {
-  if (array == nullptr) return;
-  auto** domains = static_cast<ADClientDomainName**>(array);
-  for (auto** domain = domains; *domain != nullptr; ++domain) {
-    ReleaseText((*domain)->dnsName);
-    ReleaseText((*domain)->netbiosName);
-    delete *domain;
-  }
-  delete[] domains;
-}
-
 ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
                                  ADClientReleaseFunction* release) {
   const Membership membership = LoadMembership();
@@ -149,18 +125,7 @@ ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
     const ADClientStatus status = SearchTrustedDomains(membership, found);
     if (status != ADCLIENT_STATUS_SUCCESS) return status;
   }
-  auto** array = new ADClientDomainName*[found.size() + 1]();
-  for (std::size_t i = 0; i < found.size(); ++i) {
-    array[i] = new ADClientDomainName{CopyText(found[i].first),
-                                      CopyText(found[i].second)};
-    if (array[i]->dnsName == nullptr || array[i]->netbiosName == nullptr) {
-      ReleaseDomainNames(array);
-      return kStatusNotEnoughMemory;
-    }
-  }
-  *domains = array;
-  *release = ReleaseDomainNames;
-  return ADCLIENT_STATUS_SUCCESS;
+  return AnswerDomainNames(found, domains, release);
 }
 
 ADClientStatus GetMachineAccountDN(char** distinguishedName,

@@ -6,11 +6,13 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "DirectorySettings.h"
 #include "DistinguishedName.h"
 #include "Membership.h"
+#include "PluginAnswers.h"
 #include "PluginText.h"
 
 namespace quarrydemo {
@@ -32,10 +34,6 @@ const ADClientTrustState kTrustEstablished = 1;
 // Joins, leaves and settings read, change and save the state file whole;
 // the library may call from several threads.
 std::mutex membershipLock;
-
-bool SameName(const std::string& left, const std::string& right) {
-  return ToLower(left) == ToLower(right);
-}
 
 // A wrong password counts towards the lock-out; a right one resets it.
 ADClientStatus CheckAdministrator(const DirectorySettings& settings,
@@ -100,22 +98,6 @@ ADClientStatus PartDomain(const Credentials* credentials) {
   return Save(membership);
 }
 
-void ReleaseDomainName(void* pair) {
-  ADClientDomainName* domain = static_cast<ADClientDomainName*>(pair);
-  ReleaseText(domain->dnsName);
-  ReleaseText(domain->netbiosName);
-  delete domain;
-}
-
-void ReleaseDomainNames(void* array) {
-  if (array == nullptr) return;
-  ADClientDomainName** domains = static_cast<ADClientDomainName**>(array);
-  for (ADClientDomainName** domain = domains; *domain != nullptr; ++domain) {
-    ReleaseDomainName(*domain);
-  }
-  delete[] domains;
-}
-
 ADClientStatus GetActiveDomain(ADClientDomainName* domain,
                                ADClientReleaseFunction* release) {
   DelayStatusAnswer(LoadDirectorySettings());
@@ -137,20 +119,6 @@ ADClientStatus SetPreferredDomainControllers(const char* const* hostNames) {
   return Save(membership);
 }
 
-ADClientStatus AnswerTexts(const std::vector<std::string>& texts, char*** array,
-                           ADClientReleaseFunction* release) {
-  *array = CopyTextArray(texts);
-  *release = ReleaseTextArray;
-  return *array == nullptr ? kNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
-}
-
-ADClientStatus AnswerText(const std::string& text, char** out,
-                          ADClientReleaseFunction* release) {
-  *out = CopyText(text);
-  *release = ReleaseText;
-  return *out == nullptr ? kNotEnoughMemory : ADCLIENT_STATUS_SUCCESS;
-}
-
 ADClientStatus GetPreferredDomainControllers(char*** hostNames,
                                              ADClientReleaseFunction* release) {
   DelayStatusAnswer(LoadDirectorySettings());
@@ -168,16 +136,10 @@ ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
   const DirectorySettings settings = LoadDirectorySettings();
   DelayStatusAnswer(settings);
   const bool joined = LoadMembership().Joined();
-  const std::size_t count = joined ? settings.trustedDomains.size() : 0;
-  ADClientDomainName** array = new ADClientDomainName*[count + 1]();
-  for (std::size_t i = 0; i < count; ++i) {
-    array[i] =
-        new ADClientDomainName{CopyText(settings.trustedDomains[i].first),
-                               CopyText(settings.trustedDomains[i].second)};
-  }
-  *domains = array;
-  *release = ReleaseDomainNames;
-  return ADCLIENT_STATUS_SUCCESS;
+  return AnswerDomainNames(
+      joined ? settings.trustedDomains
+             : std::vector<std::pair<std::string, std::string>>(),
+      domains, release);
 }
 
 ADClientStatus GetMachineAccountDN(char** distinguishedName,
