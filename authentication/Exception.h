@@ -44,7 +44,7 @@ class QUARRYAUTH_EXPORT Exception : public std::exception {
   [[noreturn]] void Throw() const override;
 
 // A class with a fixed code and text.
-#define QUARRYAUTH_DECLARE_CODED_EXCEPTION(Name)  \
+#define QUARRYAUTH_DECLARE_CODED_EXCEPTION(Name, code, text) \
   class QUARRYAUTH_EXPORT Name : public Exception { \
    public:                                        \
     Name();                                       \
@@ -77,52 +77,103 @@ class QUARRYAUTH_EXPORT Exception : public std::exception {
     QUARRYAUTH_EXCEPTION_MEMBERS(Name)                                  \
   };
 
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(FileNotFoundException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(AccessDeniedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NotEnoughMemoryException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidPasswordException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidParameterException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(CallNotImplementedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(DirectoryException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(BadDLLEntryPointException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidMessageException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ServiceDoesNotExistException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ServiceCannotAcceptControlException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ServiceNotActiveException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ExceptionInServiceException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ProcessAbortedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ConnectionUnavailableException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidGroupNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidComputerNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidDomainNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidServiceNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidNetNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidShareNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidPasswordNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoNetworkException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ConnectionRefusedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(ConnectionInvalidException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoLogonServersException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidAccountNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoSuchUserException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(IllFormedPasswordException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(PasswordRestrictionException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(LogonFailureException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(PasswordExpiredException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(AccountDisabledException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoSuchDomainException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InternalErrorException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(TimeSkewException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoSuchGroupException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(RPCSProtocolSequenceNotSupportedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoTrustLSASecretException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(NoTrustSAMAccountException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(RPCSCallInProgressException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(DomainTrustInconsistentException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(WkstaNotStartedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(SetupAlreadyJoinedException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(InvalidWorkgroupNameException)
-QUARRYAUTH_DECLARE_CODED_EXCEPTION(WSATimedOutException)
+// The classes with a fixed code and text, one entry each: the one table from
+// which the classes are declared and defined and the codes mapped to them.
+#define QUARRYAUTH_CODED_EXCEPTIONS(X) \
+  X(FileNotFoundException, 2, \
+    "The system cannot find the file specified.") \
+  X(AccessDeniedException, 5, \
+    "Access is denied.") \
+  X(NotEnoughMemoryException, 8, \
+    "Not enough memory") \
+  X(InvalidPasswordException, 86, \
+    "The specified network password is not correct.") \
+  X(InvalidParameterException, 87, \
+    "The parameter is incorrect.") \
+  X(CallNotImplementedException, 120, \
+    "This function is not supported on this system.") \
+  X(DirectoryException, 267, \
+    "The directory name is invalid.") \
+  X(BadDLLEntryPointException, 609, \
+    "Bad DLL entry point.") \
+  X(InvalidMessageException, 1002, \
+    "The window cannot act on the sent message.") \
+  X(ServiceDoesNotExistException, 1060, \
+    "The specified service does not exist as an installed service.") \
+  X(ServiceCannotAcceptControlException, 1061, \
+    "The service cannot accept control messages at this time.") \
+  X(ServiceNotActiveException, 1062, \
+    "The service has not been started.") \
+  X(ExceptionInServiceException, 1064, \
+    "An exception occurred in the service when handling the control request.") \
+  X(ProcessAbortedException, 1067, \
+    "The process terminated unexpectedly.") \
+  X(ConnectionUnavailableException, 1201, \
+    "The device is not currently connected but it is a remembered connection.") \
+  X(InvalidGroupNameException, 1209, \
+    "The format of the specified group name is invalid.") \
+  X(InvalidComputerNameException, 1210, \
+    "The format of the specified computer name is invalid.") \
+  X(InvalidDomainNameException, 1212, \
+    "The format of the specified domain name is invalid.") \
+  X(InvalidServiceNameException, 1213, \
+    "The format of the specified service name is invalid.") \
+  X(InvalidNetNameException, 1214, \
+    "The format of the specified network name is invalid.") \
+  X(InvalidShareNameException, 1215, \
+    "The format of the specified share name is invalid.") \
+  X(InvalidPasswordNameException, 1216, \
+    "The format of the specified password is invalid.") \
+  X(NoNetworkException, 1222, \
+    "The network is not present or not started.") \
+  X(ConnectionRefusedException, 1225, \
+    "The remote computer refused the network connection.") \
+  X(ConnectionInvalidException, 1229, \
+    "An operation was attempted on a nonexistent network connection.") \
+  X(NoLogonServersException, 1311, \
+    "There are currently no logon servers available to service the logon request.") \
+  X(InvalidAccountNameException, 1315, \
+    "The name provided is not a properly formed account name.") \
+  X(NoSuchUserException, 1317, \
+    "The specified account does not exist.") \
+  X(IllFormedPasswordException, 1324, \
+    "The value provided for the new password contains values that are not allowed in passwords.") \
+  X(PasswordRestrictionException, 1325, \
+    "The value provided for the new password does not meet the length, complexity, or history requirements of the domain.") \
+  X(LogonFailureException, 1326, \
+    "The attempted logon is invalid. This is due to either a bad user name or authentication information.") \
+  X(PasswordExpiredException, 1330, \
+    "Logon failure: the specified account password has expired.") \
+  X(AccountDisabledException, 1331, \
+    "Logon failure: account currently disabled.") \
+  X(NoSuchDomainException, 1355, \
+    "The specified domain either does not exist or could not be contacted.") \
+  X(InternalErrorException, 1359, \
+    "An internal error occurred.") \
+  X(TimeSkewException, 1398, \
+    "There is a time and/or date difference between the client and server.") \
+  X(NoSuchGroupException, 1575, \
+    "The specified group does not exist.") \
+  X(RPCSProtocolSequenceNotSupportedException, 1703, \
+    "The RPC protocol sequence is not supported.") \
+  X(NoTrustLSASecretException, 1786, \
+    "The workstation does not have a trust secret.") \
+  X(NoTrustSAMAccountException, 1787, \
+    "The domain controller does not have an account for this workstation.") \
+  X(RPCSCallInProgressException, 1791, \
+    "A remote procedure call is already in progress for this thread.") \
+  X(DomainTrustInconsistentException, 1810, \
+    "The name or security ID (SID) of the domain specified is inconsistent with the trust information for that domain.") \
+  X(WkstaNotStartedException, 2138, \
+    "The Workstation service has not been started.") \
+  X(SetupAlreadyJoinedException, 2691, \
+    "This machine is already joined to a domain.") \
+  X(InvalidWorkgroupNameException, 2695, \
+    "The specified workgroup name is invalid.") \
+  X(WSATimedOutException, 10060, \
+    "A connection attempt failed because the connected party did not properly respond after a period of time, or established connection failed because connected host has failed to respond.")
+
+QUARRYAUTH_CODED_EXCEPTIONS(QUARRYAUTH_DECLARE_CODED_EXCEPTION)
 
 // Carries any code without a class of its own; text "Unknown exception".
 class QUARRYAUTH_EXPORT UnknownException : public Exception {
