@@ -122,44 +122,9 @@ const char* InvalidDatabaseException::what() const noexcept {
 
 // --- NSSDatabase ----------------------------------------------------------
 
-NSSDatabase::NSSDatabase() : database(Unset) {}
-
-NSSDatabase::NSSDatabase(Database database) : database(database) {}
-
-NSSDatabase::NSSDatabase(const NSSDatabase& other) = default;
-
-NSSDatabase::NSSDatabase(const std::string& word)
-    : database(ParseDatabase(word)) {}
-
-NSSDatabase& NSSDatabase::operator=(const NSSDatabase& other) = default;
-
-NSSDatabase& NSSDatabase::operator=(Database value) {
-  database = value;
-  return *this;
-}
-
-NSSDatabase& NSSDatabase::operator=(const std::string& word) {
-  database = ParseDatabase(word);
-  return *this;
-}
-
-bool NSSDatabase::operator==(const NSSDatabase& other) const {
-  return database == other.database;
-}
-
-bool NSSDatabase::operator==(const std::string& word) const {
-  return database == ParseDatabase(word);
-}
-
-bool NSSDatabase::operator==(Database value) const { return database == value; }
-
-NSSDatabase::operator std::string() const {
-  std::string_view token;
-  if (FindToken(kDatabaseTable, database, token)) return std::string(token);
-  throw InvalidDatabaseException(DropLeading(kInvalidDatabase, database));
-}
-
-NSSDatabase::operator Database() const { return database; }
+QUARRY_DEFINE_TOKEN_CLASS_MEMBERS(NSSDatabase, Database, database,
+                                  ParseDatabase, kDatabaseTable,
+                                  InvalidDatabaseException, kInvalidDatabase)
 
 // --- NSSService -----------------------------------------------------------
 

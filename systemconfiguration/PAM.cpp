@@ -144,44 +144,9 @@ const std::string& PAMControl::text() const { return text_; }
 
 // --- PAMFacility ----------------------------------------------------------
 
-PAMFacility::PAMFacility() : facility(Unset) {}
-
-PAMFacility::PAMFacility(Facility facility) : facility(facility) {}
-
-PAMFacility::PAMFacility(const PAMFacility& other) = default;
-
-PAMFacility::PAMFacility(const std::string& word)
-    : facility(ParseFacility(word)) {}
-
-PAMFacility& PAMFacility::operator=(const PAMFacility& other) = default;
-
-PAMFacility& PAMFacility::operator=(Facility value) {
-  facility = value;
-  return *this;
-}
-
-PAMFacility& PAMFacility::operator=(const std::string& word) {
-  facility = ParseFacility(word);
-  return *this;
-}
-
-bool PAMFacility::operator==(const PAMFacility& other) const {
-  return facility == other.facility;
-}
-
-bool PAMFacility::operator==(const std::string& word) const {
-  return facility == ParseFacility(word);
-}
-
-bool PAMFacility::operator==(Facility value) const { return facility == value; }
-
-PAMFacility::operator std::string() const {
-  std::string_view token;
-  if (FindToken(kFacilityTable, facility, token)) return std::string(token);
-  throw InvalidFacilityException(DropLeading(kInvalidFacility, facility));
-}
-
-PAMFacility::operator Facility() const { return facility; }
+QUARRY_DEFINE_TOKEN_CLASS_MEMBERS(PAMFacility, Facility, facility,
+                                  ParseFacility, kFacilityTable,
+                                  InvalidFacilityException, kInvalidFacility)
 
 std::ostream& operator<<(std::ostream& out, const PAMFacility& facility) {
   return out << static_cast<std::string>(facility);

@@ -82,4 +82,37 @@ void SplitWords(const std::string& text, Container& words) {
 }  // namespace internal
 }  // namespace SystemConfiguration
 
+// The members that every token class (a value with a table of tokens, such
+// as NSSDatabase and PAMFacility) defines alike: construction and
+// assignment from the value or its token, comparison, and conversion to
+// the token (Invalid with the table's odd message when the value has none).
+#define QUARRY_DEFINE_TOKEN_CLASS_MEMBERS(Class, Value, member, Parse, table,  \
+                                          Invalid, invalidLiteral)            \
+  Class::Class() : member(Unset) {}                                          \
+  Class::Class(Value value) : member(value) {}                               \
+  Class::Class(const Class& other) = default;                                \
+  Class::Class(const std::string& word) : member(Parse(word)) {}             \
+  Class& Class::operator=(const Class& other) = default;                     \
+  Class& Class::operator=(Value value) {                                     \
+    member = value;                                                          \
+    return *this;                                                            \
+  }                                                                          \
+  Class& Class::operator=(const std::string& word) {                         \
+    member = Parse(word);                                                    \
+    return *this;                                                            \
+  }                                                                          \
+  bool Class::operator==(const Class& other) const {                         \
+    return member == other.member;                                           \
+  }                                                                          \
+  bool Class::operator==(const std::string& word) const {                    \
+    return member == Parse(word);                                            \
+  }                                                                          \
+  bool Class::operator==(Value value) const { return member == value; }      \
+  Class::operator std::string() const {                                      \
+    std::string_view token;                                                  \
+    if (internal::FindToken(table, member, token)) return std::string(token); \
+    throw Invalid(internal::DropLeading(invalidLiteral, member));            \
+  }                                                                          \
+  Class::operator Value() const { return member; }
+
 #endif
