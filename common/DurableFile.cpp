@@ -9,21 +9,14 @@
 #include <cstdio>
 #include <vector>
 
+#include "common/UniqueFd.h"
+
 namespace quarry::common {
 
-FileDescriptor::~FileDescriptor() { Close(); }
-
-int FileDescriptor::Close() {
-  if (descriptor_ < 0) return 0;
-  const int result = ::close(descriptor_);
-  descriptor_ = -1;
-  return result == 0 ? 0 : errno;
-}
-
 int SyncFile(const std::string& path) {
-  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.valid()) return errno;
-  if (::fsync(file.get()) != 0) return errno;
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.Valid()) return errno;
+  if (::fsync(file.Get()) != 0) return errno;
   return file.Close();
 }
 
@@ -37,10 +30,10 @@ int SyncParentDirectory(const std::string& path) {
   } else {
     directory = path.substr(0, slash);
   }
-  FileDescriptor handle(
+  UniqueFd handle(
       ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!handle.valid()) return errno;
-  if (::fsync(handle.get()) != 0) return errno;
+  if (!handle.Valid()) return errno;
+  if (::fsync(handle.Get()) != 0) return errno;
   return handle.Close();
 }
 
@@ -87,8 +80,8 @@ int ReplaceFileContents(const std::string& path, const std::string& contents,
   name.push_back('\0');
   if (name.size() > PATH_MAX) return ENAMETOOLONG;
 
-  FileDescriptor file(::mkstemp(name.data()));
-  if (!file.valid()) return errno;
+  UniqueFd file(::mkstemp(name.data()));
+  if (!file.Valid()) return errno;
   TemporaryFile temporary(name.data());
 
   struct stat old;
@@ -99,9 +92,9 @@ int ReplaceFileContents(const std::string& path, const std::string& contents,
     return errno;
   }
 
-  if (int error = WriteAll(file.get(), contents)) return error;
-  if (::fchmod(file.get(), mode) != 0) return errno;
-  if (::fsync(file.get()) != 0) return errno;
+  if (int error = WriteAll(file.Get(), contents)) return error;
+  if (::fchmod(file.Get(), mode) != 0) return errno;
+  if (::fsync(file.Get()) != 0) return errno;
   if (int error = file.Close()) return error;
   if (::rename(temporary.path().c_str(), path.c_str()) != 0) return errno;
   temporary.Release();

@@ -9,23 +9,6 @@
 
 namespace quarry::common {
 
-// Owns one file descriptor and closes it on destruction.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
-  ~FileDescriptor();
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  int get() const { return descriptor_; }
-  bool valid() const { return descriptor_ >= 0; }
-  // Closes now and reports the errno value of a failed close (0 on success).
-  int Close();
-
- private:
-  int descriptor_;
-};
-
 // Flushes the contents of the file at path to stable storage.
 // Returns 0 or the errno value of the failure.
 int SyncFile(const std::string& path);

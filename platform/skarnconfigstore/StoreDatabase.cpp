@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/DurableFile.h"
+#include "common/UniqueFd.h"
 #include "common/PrivateFolder.h"
 
 namespace SkarnConfigStore {
@@ -47,16 +48,16 @@ void CreateDirectory() {
 // 0644), and makes sure that it can be written: a store that cannot be
 // written is refused here rather than at the first write.
 void CreateOrCheckFile() {
-  quarry::common::FileDescriptor file(::open(
+  quarry::common::UniqueFd file(::open(
       kStorePath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (file.valid()) {
-    if (::fchmod(file.get(), 0600) != 0) ThrowOpenFailed(std::strerror(errno));
+  if (file.Valid()) {
+    if (::fchmod(file.Get(), 0600) != 0) ThrowOpenFailed(std::strerror(errno));
     return;
   }
   if (errno != EEXIST) ThrowOpenFailed(std::strerror(errno));
-  quarry::common::FileDescriptor existing(
+  quarry::common::UniqueFd existing(
       ::open(kStorePath, O_RDWR | O_CLOEXEC));
-  if (!existing.valid()) ThrowOpenFailed(std::strerror(errno));
+  if (!existing.Valid()) ThrowOpenFailed(std::strerror(errno));
 }
 
 const OperationError& OpenError() {

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "common/DurableFile.h"
+#include "common/UniqueFd.h"
 #include "platform/tesselctl/HostCtlException.h"
 
 namespace TesselCtl {
@@ -35,15 +36,15 @@ std::string ResolvedPath(const std::string& path) {
 
 bool ReadSystemFile(const std::string& path, std::string& contents) {
   contents.clear();
-  quarry::common::FileDescriptor file(
+  quarry::common::UniqueFd file(
       ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.valid()) {
+  if (!file.Valid()) {
     if (errno == ENOENT) return false;
     ThrowFileError("read", path, errno);
   }
   char buffer[8192];
   for (;;) {
-    const ssize_t count = ::read(file.get(), buffer, sizeof(buffer));
+    const ssize_t count = ::read(file.Get(), buffer, sizeof(buffer));
     if (count == 0) break;
     if (count < 0) {
       if (errno == EINTR) continue;
