@@ -1,6 +1,6 @@
 // The small settings files of the demonstration plug-ins: key = "value"
-// lines, the format of the library's own files, read and written without
-// the library (plug-ins are built from the plug-in interface alone).
+// lines, the format of the library's own files, read and written with the
+// project's shared code for it (plug-ins do not link the library).
 #ifndef QUARRYDEMO_KEYVALUEFILE_H
 #define QUARRYDEMO_KEYVALUEFILE_H
 

@@ -10,9 +10,9 @@ namespace quarryauthctl {
 // The whole file; Failure when it cannot be read.
 std::string ReadSystemFile(const std::string& path);
 
-// Replaces path with text through the library's AtomicFileStream: readers
-// see the old file or the new one, never a part. When writing fails the
-// temporary file is removed and the old file stays.
+// Replaces path with text, durably, keeping the old file's mode (0600 for a
+// new file): readers see the old file or the new one, never a part. When
+// writing fails the temporary file is removed and the old file stays.
 void ReplaceSystemFile(const std::string& path, const std::string& text);
 
 }  // namespace quarryauthctl
