@@ -31,12 +31,12 @@ bool ActiveDirectoryStore::_isGetTrustedDomainsThreadActive = false;
 bool ActiveDirectoryStore::_isGetTrustStateThreadActive = false;
 
 template <class Value>
-bool ActiveDirectoryStore::AskWorker(bool& inFlight, Worker<Value> worker,
-                                     const boost::shared_ptr<Value>& cache,
-                                     const char* timeoutWarning) const {
+ActiveDirectoryStore::AnswerSource ActiveDirectoryStore::AskWorker(
+    bool& inFlight, Worker<Value> worker, const boost::shared_ptr<Value>& cache,
+    const char* timeoutWarning) const {
   {
     MutexLock lock(&_lock);
-    if (inFlight) return true;  // answered from the cache at once
+    if (inFlight) return AnswerSource::CacheWhileAsking;  // at once
     inFlight = true;
   }
   // The worker holds its own references, so that it may outlive this call
@@ -58,9 +58,9 @@ bool ActiveDirectoryStore::AskWorker(bool& inFlight, Worker<Value> worker,
     request->WaitResult(timeoutSeconds);
   } catch (const ProviderCallTimedOutException&) {
     Log(LOG_WARNING, "%s", timeoutWarning);
-    return false;
+    return AnswerSource::CacheAfterTimeOut;
   }
-  return true;
+  return AnswerSource::Plugin;
 }
 
 template <class Value>
@@ -116,20 +116,40 @@ void ActiveDirectoryStore::MakeActive() {
 void ActiveDirectoryStore::MakeInactive() {}
 
 StoreConfiguration* ActiveDirectoryStore::GetStoreConfiguration() const {
-  AskWorker(_isGetStoreConfigThreadActive, &GetStoreConfigurationInt,
-            configurationCache,
-            "GetStoreConfiguration call timedout. Returning cached value.");
-  return new ActiveDirectoryStoreConfiguration(ReadCache(*configurationCache));
+  AnswerSource source;
+  return GetStoreConfiguration(source);
 }
 
 std::deque<Domain> ActiveDirectoryStore::GetTrustedDomains() const {
-  AskWorker(_isGetTrustedDomainsThreadActive, &GetTrustedDomainsInt,
-            trustedDomainsCache,
-            "GetTrustedDomains call timedout. Returning cached value.");
-  return ReadCache(*trustedDomainsCache);
+  AnswerSource source;
+  return GetTrustedDomains(source);
 }
 
 TrustState ActiveDirectoryStore::GetDomainTrustState() const {
+  AnswerSource source;
+  return GetDomainTrustState(source);
+}
+
+StoreConfiguration* ActiveDirectoryStore::GetStoreConfiguration(
+    AnswerSource& source) const {
+  source = AskWorker(
+      _isGetStoreConfigThreadActive, &GetStoreConfigurationInt,
+      configurationCache,
+      "GetStoreConfiguration call timedout. Returning cached value.");
+  return new ActiveDirectoryStoreConfiguration(ReadCache(*configurationCache));
+}
+
+std::deque<Domain> ActiveDirectoryStore::GetTrustedDomains(
+    AnswerSource& source) const {
+  source = AskWorker(_isGetTrustedDomainsThreadActive, &GetTrustedDomainsInt,
+                     trustedDomainsCache,
+                     "GetTrustedDomains call timedout. Returning cached value.");
+  return ReadCache(*trustedDomainsCache);
+}
+
+TrustState ActiveDirectoryStore::GetDomainTrustState(
+    AnswerSource& source) const {
+  source = AnswerSource::Plugin;
   // A host that lacks the files for trusted domains has no trust state to
   // ask for.
   try {
@@ -144,9 +164,10 @@ TrustState ActiveDirectoryStore::GetDomainTrustState() const {
   }
   // The warning says "cached", but a trust state that could not be fetched
   // in time is reported, and remembered, as timed out.
-  if (!AskWorker(_isGetTrustStateThreadActive, &GetDomainTrustStateInt,
-                 trustStateCache,
-                 "GetDomainTrustState call timedout. Returning cached value.")) {
+  source = AskWorker(
+      _isGetTrustStateThreadActive, &GetDomainTrustStateInt, trustStateCache,
+      "GetDomainTrustState call timedout. Returning cached value.");
+  if (source == AnswerSource::CacheAfterTimeOut) {
     WriteTrustState(*trustStateCache, kTrustStateTimedOut);
     return kTrustStateTimedOut;
   }

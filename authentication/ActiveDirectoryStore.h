@@ -50,6 +50,19 @@ class QUARRYAUTH_EXPORT ActiveDirectoryStore : public DirectoryStore {
   // out, otherwise the plug-in's answer (0 when it has none).
   TrustState GetDomainTrustState() const;
 
+  // Where an answer of a status query came from: an addition beside the
+  // queries above, which say so only in the system log, for callers that
+  // must tell a live answer from a cached one.
+  enum class AnswerSource {
+    Plugin,             // the plug-in answered within the time-out
+    CacheAfterTimeOut,  // no answer within the time-out
+    CacheWhileAsking,   // a worker of the same query was already out
+  };
+  // The same three queries, saying in source where the answer came from.
+  StoreConfiguration* GetStoreConfiguration(AnswerSource& source) const;
+  std::deque<Domain> GetTrustedDomains(AnswerSource& source) const;
+  TrustState GetDomainTrustState(AnswerSource& source) const;
+
   // Makes sure the host's name can serve as a computer account name in
   // domain and that the host resolves itself: the short name must match the
   // resolver's canonical name and not be generic, and /etc/hosts maps the
@@ -125,10 +138,10 @@ class QUARRYAUTH_EXPORT ActiveDirectoryStore : public DirectoryStore {
                           boost::shared_ptr<RequestState>,
                           boost::shared_ptr<Value>);
 
-  // Starts the query's worker unless one is in flight and waits for it.
-  // Returns false when the wait timed out (the warning is logged).
+  // Starts the query's worker unless one is in flight and waits for it;
+  // on a time-out the warning is logged. Says where the answer will be.
   template <class Value>
-  bool AskWorker(bool& inFlight, Worker<Value> worker,
+  AnswerSource AskWorker(bool& inFlight, Worker<Value> worker,
                  const boost::shared_ptr<Value>& cache,
                  const char* timeoutWarning) const;
 

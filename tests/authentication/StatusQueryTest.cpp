@@ -309,4 +309,53 @@ TEST_F(StatusQueries, UnimplementedTrustStateIsZero) {
   EXPECT_EQ(0u, store->GetDomainTrustState());
 }
 
+// ---- where an answer came from ----
+
+using Source = qa::ActiveDirectoryStore::AnswerSource;
+
+TEST_F(StatusQueries, AnswerSourceSaysThePluginAnsweredInTime) {
+  plugin.SetTexts(TEST_OP_GET_MACHINE_ACCOUNT_DN, {"CN=NODE1"});
+  plugin.SetValue(TEST_OP_GET_DOMAIN_TRUST_STATE, 5);
+  Source source = Source::CacheWhileAsking;
+  std::unique_ptr<qa::StoreConfiguration> configuration(
+      store->GetStoreConfiguration(source));
+  EXPECT_EQ(source, Source::Plugin);
+  source = Source::CacheWhileAsking;
+  store->GetTrustedDomains(source);
+  EXPECT_EQ(source, Source::Plugin);
+  source = Source::CacheWhileAsking;
+  EXPECT_EQ(5u, store->GetDomainTrustState(source));
+  EXPECT_EQ(source, Source::Plugin);
+}
+
+TEST_F(StatusQueries, AnswerSourceSaysTheCacheAfterATimeOutAndWhileAsking) {
+  plugin.Block(TEST_OP_GET_MACHINE_ACCOUNT_DN);
+  Source source = Source::Plugin;
+  std::unique_ptr<qa::StoreConfiguration> first(
+      store->GetStoreConfiguration(source));
+  EXPECT_EQ(source, Source::CacheAfterTimeOut);
+  std::unique_ptr<qa::StoreConfiguration> second(AtOnce(
+      TEST_OP_GET_MACHINE_ACCOUNT_DN,
+      [&] { return store->GetStoreConfiguration(source); }));
+  EXPECT_EQ(source, Source::CacheWhileAsking);
+
+  plugin.Block(TEST_OP_GET_TRUSTED_DOMAINS);
+  store->GetTrustedDomains(source);
+  EXPECT_EQ(source, Source::CacheAfterTimeOut);
+  AtOnce(TEST_OP_GET_TRUSTED_DOMAINS,
+         [&] { return store->GetTrustedDomains(source); });
+  EXPECT_EQ(source, Source::CacheWhileAsking);
+}
+
+TEST_F(StatusQueries, AnswerSourceOfTheTrustStateIsItsOwnQuerys) {
+  plugin.SetValue(TEST_OP_GET_DOMAIN_TRUST_STATE, 4);
+  plugin.Block(TEST_OP_GET_TRUSTED_DOMAINS);
+  Source source = Source::CacheAfterTimeOut;
+  EXPECT_EQ(4u, store->GetDomainTrustState(source));
+  EXPECT_EQ(source, Source::Plugin);
+  plugin.Block(TEST_OP_GET_DOMAIN_TRUST_STATE);
+  EXPECT_EQ(2u, store->GetDomainTrustState(source));
+  EXPECT_EQ(source, Source::CacheAfterTimeOut);
+}
+
 }  // namespace

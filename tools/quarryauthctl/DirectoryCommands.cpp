@@ -34,7 +34,7 @@ int SetDomainControllers(const std::vector<std::string>& names) {
 int ShowDomainControllers(int timeoutSeconds, bool json) {
   const qa::ActiveDirectoryStore store(timeoutSeconds);
   const DirectoryConfiguration configuration =
-      AskConfiguration(store, timeoutSeconds);
+      AskConfiguration(store);
   if (json) {
     PrintJson({{"preferredDomainControllers",
                 Json(configuration.preferredDomainControllers)},

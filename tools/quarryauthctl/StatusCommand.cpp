@@ -5,12 +5,12 @@
 
 #include "ExitStatus.h"
 #include "Output.h"
-#include "QueryClock.h"
 #include "StoreCommands.h"
 
 namespace quarryauthctl {
 
 namespace qa = quarry::authentication;
+using Source = qa::ActiveDirectoryStore::AnswerSource;
 
 namespace {
 
@@ -51,16 +51,13 @@ Status AskStatus(int timeoutSeconds) {
   Status status;
   status.activeStore = RecordedActiveStore();
   const qa::ActiveDirectoryStore store(timeoutSeconds);
-  status.configuration = AskConfiguration(store, timeoutSeconds);
+  status.configuration = AskConfiguration(store);
   ReadDomainRecord(status);
-  {
-    const QueryClock clock(timeoutSeconds);
-    status.trustedDomains = store.GetTrustedDomains();
-    status.trustedDomainsFromCache = clock.RanOutOfTime();
-  }
-  const QueryClock clock(timeoutSeconds);
-  status.trustState = store.GetDomainTrustState();
-  status.trustStateFromCache = clock.RanOutOfTime();
+  Source source = Source::Plugin;
+  status.trustedDomains = store.GetTrustedDomains(source);
+  status.trustedDomainsFromCache = source != Source::Plugin;
+  status.trustState = store.GetDomainTrustState(source);
+  status.trustStateFromCache = source != Source::Plugin;
   return status;
 }
 
@@ -155,13 +152,12 @@ int ShowStatus(int timeoutSeconds, bool json) {
 
 }  // namespace
 
-DirectoryConfiguration AskConfiguration(const qa::ActiveDirectoryStore& store,
-                                        int timeoutSeconds) {
-  const QueryClock clock(timeoutSeconds);
+DirectoryConfiguration AskConfiguration(const qa::ActiveDirectoryStore& store) {
+  Source source = Source::Plugin;
   const std::unique_ptr<qa::StoreConfiguration> answer(
-      store.GetStoreConfiguration());
+      store.GetStoreConfiguration(source));
   DirectoryConfiguration configuration;
-  configuration.fromCache = clock.RanOutOfTime();
+  configuration.fromCache = source != Source::Plugin;
   const auto& directory =
       dynamic_cast<const qa::ActiveDirectoryStoreConfiguration&>(*answer);
   configuration.domain = directory.activeDomain;

@@ -14,7 +14,7 @@
 
 namespace quarryauthctl {
 
-// The store configuration query, timed.
+// The store configuration query, and whether its answer is the cache's.
 struct DirectoryConfiguration {
   quarry::authentication::Domain domain;
   std::deque<std::string> preferredDomainControllers;
@@ -23,8 +23,7 @@ struct DirectoryConfiguration {
 };
 
 DirectoryConfiguration AskConfiguration(
-    const quarry::authentication::ActiveDirectoryStore& store,
-    int timeoutSeconds);
+    const quarry::authentication::ActiveDirectoryStore& store);
 
 void AddStatusCommand(CLI::App& app, Action& chosen);
 
