@@ -11,8 +11,6 @@ namespace quarrycam {
 
 namespace {
 
-const char kSettingsPath[] = "/etc/quarry/quarrycam.conf";
-
 bool ReadNumber(const std::map<std::string, std::string>& pairs,
                 const char* key, int lowest, int highest, int& value) {
   const auto found = pairs.find(key);
@@ -31,7 +29,7 @@ bool ReadNumber(const std::map<std::string, std::string>& pairs,
 }  // namespace
 
 bool LoadCamSettings(CamSettings& settings) {
-  std::ifstream in(kSettingsPath);
+  std::ifstream in(quarry::common::kCamSettingsPath);
   if (!in) return errno == ENOENT;
   std::map<std::string, std::string> pairs;
   int failedLine = 0;

@@ -14,11 +14,13 @@
 
 #include <string>
 
+#include "common/HostCertificateFiles.h"
+
 namespace quarrycam {
 
 struct CamSettings {
-  std::string certificateFile = "/etc/quarry/quarrycam.pem";
-  std::string keyFile = "/etc/quarry/quarrycam.key";
+  std::string certificateFile = quarry::common::kDefaultHostCertificate;
+  std::string keyFile = quarry::common::kDefaultHostKey;
   int port = 443;
   int connectTimeoutSeconds = 5;
   int replyTimeoutSeconds = 40;

@@ -106,7 +106,7 @@ void SetSubject(X509_NAME* name, const std::string& hostName) {
 HostCertificatePaths ReadHostCertificatePaths() {
   HostCertificatePaths paths;
   try {
-    const qa::Configuration settings("/etc/quarry/quarrycam.conf");
+    const qa::Configuration settings(quarry::common::kCamSettingsPath);
     const auto certificate = settings.find("certificate-file");
     if (certificate != settings.end()) paths.certificate = certificate->second;
     const auto key = settings.find("key-file");

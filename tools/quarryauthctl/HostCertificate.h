@@ -6,12 +6,14 @@
 
 #include <string>
 
+#include "common/HostCertificateFiles.h"
+
 namespace quarryauthctl {
 
 struct HostCertificatePaths {
-  std::string certificate = "/etc/quarry/quarrycam.pem";
-  std::string key = "/etc/quarry/quarrycam.key";
-  std::string request = "/etc/quarry/quarrycam.csr";
+  std::string certificate = quarry::common::kDefaultHostCertificate;
+  std::string key = quarry::common::kDefaultHostKey;
+  std::string request;  // beside the certificate, with suffix ".csr"
 };
 
 // From quarrycam.conf's certificate-file and key-file, else the defaults;
