@@ -16,6 +16,17 @@ namespace {
 const TrustState kTrustStateTimedOut = 2;
 const TrustState kTrustStateFileNotFound = 7;
 
+// Whether this thread's last AskWorker found a worker of its query out and
+// answered from the cache at once (kept beside AskWorker's designed answer).
+thread_local bool answeredWhileAsking = false;
+
+// Where the answer of this thread's last AskWorker is.
+ActiveDirectoryStore::AnswerSource SourceOf(bool answeredInTime) {
+  using Source = ActiveDirectoryStore::AnswerSource;
+  if (!answeredInTime) return Source::CacheAfterTimeOut;
+  return answeredWhileAsking ? Source::CacheWhileAsking : Source::Plugin;
+}
+
 std::string ConfiguredProviderName() {
   ProviderConfiguration configuration;
   std::string name = configuration["provider"];
@@ -31,12 +42,16 @@ bool ActiveDirectoryStore::_isGetTrustedDomainsThreadActive = false;
 bool ActiveDirectoryStore::_isGetTrustStateThreadActive = false;
 
 template <class Value>
-ActiveDirectoryStore::AnswerSource ActiveDirectoryStore::AskWorker(
-    bool& inFlight, Worker<Value> worker, const boost::shared_ptr<Value>& cache,
-    const char* timeoutWarning) const {
+bool ActiveDirectoryStore::AskWorker(bool& inFlight, Worker<Value> worker,
+                                     const boost::shared_ptr<Value>& cache,
+                                     const char* timeoutWarning) const {
+  answeredWhileAsking = false;
   {
     MutexLock lock(&_lock);
-    if (inFlight) return AnswerSource::CacheWhileAsking;  // at once
+    if (inFlight) {
+      answeredWhileAsking = true;
+      return true;  // answered from the cache at once
+    }
     inFlight = true;
   }
   // The worker holds its own references, so that it may outlive this call
@@ -58,9 +73,9 @@ ActiveDirectoryStore::AnswerSource ActiveDirectoryStore::AskWorker(
     request->WaitResult(timeoutSeconds);
   } catch (const ProviderCallTimedOutException&) {
     Log(LOG_WARNING, "%s", timeoutWarning);
-    return AnswerSource::CacheAfterTimeOut;
+    return false;
   }
-  return AnswerSource::Plugin;
+  return true;
 }
 
 template <class Value>
@@ -132,18 +147,19 @@ TrustState ActiveDirectoryStore::GetDomainTrustState() const {
 
 StoreConfiguration* ActiveDirectoryStore::GetStoreConfiguration(
     AnswerSource& source) const {
-  source = AskWorker(
+  source = SourceOf(AskWorker(
       _isGetStoreConfigThreadActive, &GetStoreConfigurationInt,
       configurationCache,
-      "GetStoreConfiguration call timedout. Returning cached value.");
+      "GetStoreConfiguration call timedout. Returning cached value."));
   return new ActiveDirectoryStoreConfiguration(ReadCache(*configurationCache));
 }
 
 std::deque<Domain> ActiveDirectoryStore::GetTrustedDomains(
     AnswerSource& source) const {
-  source = AskWorker(_isGetTrustedDomainsThreadActive, &GetTrustedDomainsInt,
-                     trustedDomainsCache,
-                     "GetTrustedDomains call timedout. Returning cached value.");
+  source = SourceOf(
+      AskWorker(_isGetTrustedDomainsThreadActive, &GetTrustedDomainsInt,
+                trustedDomainsCache,
+                "GetTrustedDomains call timedout. Returning cached value."));
   return ReadCache(*trustedDomainsCache);
 }
 
@@ -164,9 +180,9 @@ TrustState ActiveDirectoryStore::GetDomainTrustState(
   }
   // The warning says "cached", but a trust state that could not be fetched
   // in time is reported, and remembered, as timed out.
-  source = AskWorker(
+  source = SourceOf(AskWorker(
       _isGetTrustStateThreadActive, &GetDomainTrustStateInt, trustStateCache,
-      "GetDomainTrustState call timedout. Returning cached value.");
+      "GetDomainTrustState call timedout. Returning cached value."));
   if (source == AnswerSource::CacheAfterTimeOut) {
     WriteTrustState(*trustStateCache, kTrustStateTimedOut);
     return kTrustStateTimedOut;

@@ -138,10 +138,10 @@ class QUARRYAUTH_EXPORT ActiveDirectoryStore : public DirectoryStore {
                           boost::shared_ptr<RequestState>,
                           boost::shared_ptr<Value>);
 
-  // Starts the query's worker unless one is in flight and waits for it;
-  // on a time-out the warning is logged. Says where the answer will be.
+  // Starts the query's worker unless one is in flight and waits for it.
+  // Returns false when the wait timed out (the warning is logged).
   template <class Value>
-  AnswerSource AskWorker(bool& inFlight, Worker<Value> worker,
+  bool AskWorker(bool& inFlight, Worker<Value> worker,
                  const boost::shared_ptr<Value>& cache,
                  const char* timeoutWarning) const;
 
