@@ -1,7 +1,7 @@
-#include "authentication/ActiveDirectoryConfigStore.h"
+#include <quarryauth/authentication/ActiveDirectoryConfigStore.h>
 
-#include "authentication/Exception.h"
-#include "platform/skarnconfigstore/ConfigStoreObject.h"
+#include <quarryauth/authentication/Exception.h>
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreObject.h>
 
 namespace quarry {
 namespace authentication {

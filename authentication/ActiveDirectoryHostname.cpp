@@ -1,5 +1,5 @@
 // The host-name checks that run before the host joins a domain.
-#include "authentication/ActiveDirectoryStore.h"
+#include <quarryauth/authentication/ActiveDirectoryStore.h>
 
 #include <netdb.h>
 #include <syslog.h>
@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/Exception.h>
 #include "authentication/HostNames.h"
 #include "authentication/Log.h"
-#include "platform/tesselctl/DnsConfigImpl.h"
-#include "platform/tesselctl/HostsFile.h"
-#include "platform/tesselctl/NetworkInfoImpl.h"
+#include <quarryauth/platform/tesselctl/DnsConfigImpl.h>
+#include <quarryauth/platform/tesselctl/HostsFile.h>
+#include <quarryauth/platform/tesselctl/NetworkInfoImpl.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,15 +1,15 @@
 // Joining a domain with an administrator's credentials, and leaving it.
-#include "authentication/ActiveDirectoryStore.h"
+#include <quarryauth/authentication/ActiveDirectoryStore.h>
 
 #include <syslog.h>
 
 #include <string>
 
-#include "authentication/ActiveDirectoryConfigStore.h"
-#include "authentication/ActiveDirectoryProvider.h"
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/ActiveDirectoryConfigStore.h>
+#include <quarryauth/authentication/ActiveDirectoryProvider.h>
+#include <quarryauth/authentication/Exception.h>
 #include "authentication/Log.h"
-#include "platform/skarnconfigstore/ConfigStoreException.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
 
 namespace quarry {
 namespace authentication {

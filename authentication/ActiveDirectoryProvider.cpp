@@ -1,4 +1,4 @@
-#include "authentication/ActiveDirectoryProvider.h"
+#include <quarryauth/authentication/ActiveDirectoryProvider.h>
 
 #include <alloca.h>
 
@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include "authentication/DynamicLibrary.h"
-#include "authentication/ErrorMapping.h"
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/ErrorMapping.h>
+#include <quarryauth/authentication/Exception.h>
 #include "authentication/Log.h"
 
 namespace quarry {

@@ -1,6 +1,6 @@
 // Joining a domain through the authentication proxy, and the proxy
 // certificate that such joins are checked against.
-#include "authentication/ActiveDirectoryStore.h"
+#include <quarryauth/authentication/ActiveDirectoryStore.h>
 
 #include <syslog.h>
 
@@ -10,23 +10,23 @@
 #include <sstream>
 #include <string>
 
-#include "authentication/ActiveDirectoryConfigStore.h"
-#include "authentication/ActiveDirectoryProvider.h"
-#include "authentication/CAMProxy.h"
-#include "authentication/CAMRecords.h"
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/ActiveDirectoryConfigStore.h>
+#include <quarryauth/authentication/ActiveDirectoryProvider.h>
+#include <quarryauth/authentication/CAMProxy.h>
+#include <quarryauth/authentication/CAMRecords.h>
+#include <quarryauth/authentication/Exception.h>
 #include "authentication/HostNames.h"
-#include "authentication/LibraryConfiguration.h"
+#include <quarryauth/authentication/LibraryConfiguration.h>
 #include "authentication/Log.h"
 #include "authentication/Thumbprint.h"
-#include "platform/skarnconfigstore/ConfigStoreException.h"
-#include "platform/tesselctl/AdvancedIntegerOption.h"
-#include "platform/tesselctl/AdvancedOptionBranch.h"
-#include "platform/tesselctl/AdvancedOptions.h"
-#include "platform/tesselctl/Host.h"
-#include "platform/tesselctl/HostCtlException.h"
-#include "platform/tesselctl/HostFactory.h"
-#include "platform/tesselctl/Ipv4Address.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
+#include <quarryauth/platform/tesselctl/AdvancedIntegerOption.h>
+#include <quarryauth/platform/tesselctl/AdvancedOptionBranch.h>
+#include <quarryauth/platform/tesselctl/AdvancedOptions.h>
+#include <quarryauth/platform/tesselctl/Host.h>
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
+#include <quarryauth/platform/tesselctl/HostFactory.h>
+#include <quarryauth/platform/tesselctl/Ipv4Address.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,10 +1,10 @@
-#include "authentication/ActiveDirectoryStore.h"
+#include <quarryauth/authentication/ActiveDirectoryStore.h>
 
 #include <syslog.h>
 #include <utility>
 
-#include "authentication/Exception.h"
-#include "authentication/LibraryConfiguration.h"
+#include <quarryauth/authentication/Exception.h>
+#include <quarryauth/authentication/LibraryConfiguration.h>
 #include "authentication/Log.h"
 #include "authentication/MutexLock.h"
 

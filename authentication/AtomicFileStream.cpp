@@ -1,4 +1,4 @@
-#include "authentication/AtomicFileStream.h"
+#include <quarryauth/authentication/AtomicFileStream.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/Exception.h>
 #include "common/DurableFile.h"
 
 namespace quarry {

@@ -1,6 +1,6 @@
-#include "authentication/AuthenticationStore.h"
+#include <quarryauth/authentication/AuthenticationStore.h>
 
-#include "authentication/LibraryConfiguration.h"
+#include <quarryauth/authentication/LibraryConfiguration.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,7 +1,7 @@
-#include "authentication/AuthenticationStoreFactory.h"
+#include <quarryauth/authentication/AuthenticationStoreFactory.h>
 
-#include "authentication/ActiveDirectoryStore.h"
-#include "authentication/NoRemoteAuthenticationStore.h"
+#include <quarryauth/authentication/ActiveDirectoryStore.h>
+#include <quarryauth/authentication/NoRemoteAuthenticationStore.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,10 +1,10 @@
-#include "authentication/CAMProxy.h"
+#include <quarryauth/authentication/CAMProxy.h>
 
 #include <cstdint>
 
 #include "authentication/DynamicLibrary.h"
-#include "authentication/Exception.h"
-#include "plugin/CAMProxyClient.h"
+#include <quarryauth/authentication/Exception.h>
+#include <quarryauth/plugin/CAMProxyClient.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,4 +1,4 @@
-#include "authentication/CAMThumbprintStore.h"
+#include <quarryauth/authentication/CAMThumbprintStore.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,4 +1,4 @@
-#include "authentication/Configuration.h"
+#include <quarryauth/authentication/Configuration.h>
 
 #include <unistd.h>
 
@@ -6,8 +6,8 @@
 #include <cstring>
 #include <fstream>
 
-#include "authentication/AtomicFileStream.h"
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/AtomicFileStream.h>
+#include <quarryauth/authentication/Exception.h>
 #include "common/KeyValueFormat.h"
 
 namespace quarry {

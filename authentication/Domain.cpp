@@ -1,4 +1,4 @@
-#include "authentication/Domain.h"
+#include <quarryauth/authentication/Domain.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,6 +1,6 @@
-#include "authentication/ErrorMapping.h"
+#include <quarryauth/authentication/ErrorMapping.h>
 
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/Exception.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,4 +1,4 @@
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/Exception.h>
 
 #include <cinttypes>
 #include <cstdio>

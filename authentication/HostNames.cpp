@@ -3,7 +3,7 @@
 #include <netdb.h>
 #include <unistd.h>
 
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/Exception.h>
 
 namespace quarry {
 namespace authentication {

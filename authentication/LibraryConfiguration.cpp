@@ -1,4 +1,4 @@
-#include "authentication/LibraryConfiguration.h"
+#include <quarryauth/authentication/LibraryConfiguration.h>
 
 namespace quarry {
 namespace authentication {

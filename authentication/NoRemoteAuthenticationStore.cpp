@@ -1,11 +1,11 @@
-#include "authentication/NoRemoteAuthenticationStore.h"
+#include <quarryauth/authentication/NoRemoteAuthenticationStore.h>
 
 #include <memory>
 #include <stdexcept>
 
-#include "authentication/AuthenticationStoreFactory.h"
-#include "authentication/Exception.h"
-#include "authentication/LibraryConfiguration.h"
+#include <quarryauth/authentication/AuthenticationStoreFactory.h>
+#include <quarryauth/authentication/Exception.h>
+#include <quarryauth/authentication/LibraryConfiguration.h>
 
 namespace quarry {
 namespace authentication {

@@ -1,4 +1,4 @@
-#include "authentication/ThreadUtil.h"
+#include <quarryauth/authentication/ThreadUtil.h>
 
 #include <cerrno>
 #include <cstring>

@@ -8,7 +8,7 @@
 
 #include <memory>
 
-#include "authentication/Exception.h"
+#include <quarryauth/authentication/Exception.h>
 #include "common/ThumbprintText.h"
 
 namespace quarry {

@@ -26,6 +26,8 @@ configure_file(cmake/quarryauth.pc.in ${PROJECT_BINARY_DIR}/quarryauth.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quarryauth.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES include/quarryauth/authentication.h
-              include/quarryauth/systemconfiguration.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quarryauth)
+# The public headers are the include tree itself; internal headers stay
+# beside their sources and are never installed.
+install(DIRECTORY include/quarryauth
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h")

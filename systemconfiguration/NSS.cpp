@@ -1,4 +1,4 @@
-#include "systemconfiguration/NSS.h"
+#include <quarryauth/systemconfiguration/NSS.h>
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "systemconfiguration/PAM.h"
+#include <quarryauth/systemconfiguration/PAM.h>
 
 #include <array>
 #include <cstddef>

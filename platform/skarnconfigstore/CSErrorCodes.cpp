@@ -1,4 +1,4 @@
-#include "platform/skarnconfigstore/CSErrorCodes.h"
+#include <quarryauth/platform/skarnconfigstore/CSErrorCodes.h>
 
 namespace SkarnConfigStore {
 

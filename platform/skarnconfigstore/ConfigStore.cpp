@@ -1,4 +1,4 @@
-#include "platform/skarnconfigstore/ConfigStore.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStore.h>
 
 #include "platform/skarnconfigstore/SqliteConfigStore.h"
 #include "platform/skarnconfigstore/StoreError.h"

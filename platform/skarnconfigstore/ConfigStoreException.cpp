@@ -1,4 +1,4 @@
-#include "platform/skarnconfigstore/ConfigStoreException.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
 
 namespace SkarnConfigStore {
 

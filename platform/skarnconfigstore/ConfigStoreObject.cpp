@@ -1,4 +1,4 @@
-#include "platform/skarnconfigstore/ConfigStoreObject.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreObject.h>
 
 namespace SkarnConfigStore {
 

@@ -1,4 +1,4 @@
-#include "platform/skarnconfigstore/ConfigStoreObjectId.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreObjectId.h>
 
 namespace SkarnConfigStore {
 

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/skarnconfigstore/ConfigStore.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStore.h>
 #include "platform/skarnconfigstore/Sqlite.h"
 
 namespace SkarnConfigStore {

@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include "platform/skarnconfigstore/ConfigStoreException.h"
+#include <quarryauth/platform/skarnconfigstore/ConfigStoreException.h>
 
 namespace SkarnConfigStore {
 

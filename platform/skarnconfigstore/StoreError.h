@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/skarnconfigstore/CSErrorCodes.h"
+#include <quarryauth/platform/skarnconfigstore/CSErrorCodes.h>
 
 namespace SkarnConfigStore {
 

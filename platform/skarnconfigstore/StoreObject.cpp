@@ -1,4 +1,4 @@
-#include "platform/skarnconfigstore/StoreObject.h"
+#include <quarryauth/platform/skarnconfigstore/StoreObject.h>
 
 namespace SkarnConfigStore {
 

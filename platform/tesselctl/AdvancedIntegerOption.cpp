@@ -1,4 +1,4 @@
-#include "platform/tesselctl/AdvancedIntegerOption.h"
+#include <quarryauth/platform/tesselctl/AdvancedIntegerOption.h>
 
 namespace HostCtl {
 namespace Adv {

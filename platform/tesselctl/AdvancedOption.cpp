@@ -1,4 +1,4 @@
-#include "platform/tesselctl/AdvancedOption.h"
+#include <quarryauth/platform/tesselctl/AdvancedOption.h>
 
 namespace HostCtl {
 namespace Adv {

@@ -1,4 +1,4 @@
-#include "platform/tesselctl/AdvancedOptionBranch.h"
+#include <quarryauth/platform/tesselctl/AdvancedOptionBranch.h>
 
 namespace HostCtl {
 namespace Adv {

@@ -1,11 +1,11 @@
-#include "platform/tesselctl/AdvancedOptions.h"
+#include <quarryauth/platform/tesselctl/AdvancedOptions.h>
 
 #include <charconv>
 #include <cstdint>
 #include <map>
 
-#include "platform/tesselctl/AdvancedIntegerOption.h"
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/AdvancedIntegerOption.h>
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include "platform/tesselctl/SettingsFile.h"
 
 namespace HostCtl {

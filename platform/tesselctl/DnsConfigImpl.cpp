@@ -1,8 +1,8 @@
-#include "platform/tesselctl/DnsConfigImpl.h"
+#include <quarryauth/platform/tesselctl/DnsConfigImpl.h>
 
 #include <cctype>
 
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include "platform/tesselctl/SystemFile.h"
 
 namespace TesselCtl {

@@ -1,4 +1,4 @@
-#include "platform/tesselctl/Host.h"
+#include <quarryauth/platform/tesselctl/Host.h>
 
 namespace HostCtl {
 

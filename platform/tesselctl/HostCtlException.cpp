@@ -1,4 +1,4 @@
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 
 namespace HostCtl {
 namespace Lib {

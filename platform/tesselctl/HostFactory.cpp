@@ -1,4 +1,4 @@
-#include "platform/tesselctl/HostFactory.h"
+#include <quarryauth/platform/tesselctl/HostFactory.h>
 
 namespace HostCtl {
 

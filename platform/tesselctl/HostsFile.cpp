@@ -1,11 +1,11 @@
-#include "platform/tesselctl/HostsFile.h"
+#include <quarryauth/platform/tesselctl/HostsFile.h>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
 #include <cstring>
 
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include "platform/tesselctl/SystemFile.h"
 
 namespace TesselCtl {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 
 namespace TesselCtl {
 

@@ -1,4 +1,4 @@
-#include "platform/tesselctl/IpConfig.h"
+#include <quarryauth/platform/tesselctl/IpConfig.h>
 
 namespace HostCtl {
 namespace Network {

@@ -1,9 +1,9 @@
-#include "platform/tesselctl/Ipv4Address.h"
+#include <quarryauth/platform/tesselctl/Ipv4Address.h>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 
 namespace HostCtl {
 namespace Network {

@@ -1,4 +1,4 @@
-#include "platform/tesselctl/NetworkInfoImpl.h"
+#include <quarryauth/platform/tesselctl/NetworkInfoImpl.h>
 
 #include <net/if.h>
 #include <netinet/in.h>
@@ -6,7 +6,7 @@
 
 #include <map>
 
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 #include "platform/tesselctl/InterfaceAddresses.h"
 #include "platform/tesselctl/SettingsFile.h"
 

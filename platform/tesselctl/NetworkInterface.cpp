@@ -1,4 +1,4 @@
-#include "platform/tesselctl/NetworkInterface.h"
+#include <quarryauth/platform/tesselctl/NetworkInterface.h>
 
 namespace HostCtl {
 namespace Network {

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "common/KeyValueFormat.h"
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 
 namespace TesselCtl {
 

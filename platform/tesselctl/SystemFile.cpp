@@ -10,7 +10,7 @@
 
 #include "common/DurableFile.h"
 #include "common/UniqueFd.h"
-#include "platform/tesselctl/HostCtlException.h"
+#include <quarryauth/platform/tesselctl/HostCtlException.h>
 
 namespace TesselCtl {
 

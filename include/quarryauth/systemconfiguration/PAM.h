@@ -17,13 +17,13 @@
 #include <ostream>
 #include <string>
 
-#include "../authentication/Export.h"
+#include "Export.h"
 
 namespace SystemConfiguration {
 
 // Raised for a control word that is no token and no bracketed list, and for
 // converting a control value that has no token to text.
-class QUARRYAUTH_EXPORT InvalidControlException : public std::exception {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT InvalidControlException : public std::exception {
  public:
   InvalidControlException(const std::string& message);
   ~InvalidControlException() override;
@@ -35,7 +35,7 @@ class QUARRYAUTH_EXPORT InvalidControlException : public std::exception {
 
 // Raised for a facility word that is no token (including "-session" and
 // "@include"), and for converting a facility value without a token to text.
-class QUARRYAUTH_EXPORT InvalidFacilityException : public std::exception {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT InvalidFacilityException : public std::exception {
  public:
   InvalidFacilityException(const std::string& message);
   ~InvalidFacilityException() override;
@@ -47,7 +47,7 @@ class QUARRYAUTH_EXPORT InvalidFacilityException : public std::exception {
 
 // The control field of a rule: a token ("required", ...) or a bracketed
 // list of value=action pairs, kept whole as text.
-class QUARRYAUTH_EXPORT PAMControl {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT PAMControl {
  public:
   enum Control : std::uint32_t {
     Unset = 0,
@@ -107,7 +107,7 @@ class QUARRYAUTH_EXPORT PAMControl {
 };
 
 // The management group of a rule.
-class QUARRYAUTH_EXPORT PAMFacility {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT PAMFacility {
  public:
   // The numbers decide the order of the stacks in a written policy.
   enum Facility : std::uint32_t {
@@ -147,11 +147,11 @@ class QUARRYAUTH_EXPORT PAMFacility {
 };
 
 // Writes the facility's token.
-QUARRYAUTH_EXPORT std::ostream& operator<<(std::ostream& out,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::ostream& operator<<(std::ostream& out,
                                            const PAMFacility& facility);
 // Reads one word and assigns it through the string parse (an empty word from
 // an exhausted stream throws too).
-QUARRYAUTH_EXPORT std::istream& operator>>(std::istream& in,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::istream& operator>>(std::istream& in,
                                            PAMFacility& facility);
 
 class PAMEntry;
@@ -159,24 +159,24 @@ class PAMPolicy;
 
 // Control text, tab, module, tab, then each argument followed by a space; no
 // line end. A control of value Unset throws InvalidControlException.
-QUARRYAUTH_EXPORT std::ostream& operator<<(std::ostream& out,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::ostream& operator<<(std::ostream& out,
                                            const PAMEntry& entry);
 // Reads a control (a bracketed list may run over several words and lines),
 // the next word as module (possibly from the next line), and the rest of
 // that line as arguments, appended to those already held.
-QUARRYAUTH_EXPORT std::istream& operator>>(std::istream& in, PAMEntry& entry);
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::istream& operator>>(std::istream& in, PAMEntry& entry);
 
 // "#%PAM-1.0", an empty line, then each stack followed by an empty line.
-QUARRYAUTH_EXPORT std::ostream& operator<<(std::ostream& out,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::ostream& operator<<(std::ostream& out,
                                            const PAMPolicy& policy);
 // Adds the rules of a service file; comments and blank lines are skipped.
 // Exceptions of the token parses pass through, leaving the rules read
 // before the failing line in the policy.
-QUARRYAUTH_EXPORT std::istream& operator>>(std::istream& in,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::istream& operator>>(std::istream& in,
                                            PAMPolicy& policy);
 
 // One rule without its facility word: control, module and arguments.
-class QUARRYAUTH_EXPORT PAMEntry {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT PAMEntry {
  public:
   PAMEntry();
   PAMEntry(PAMControl control, std::string module);
@@ -204,7 +204,7 @@ class QUARRYAUTH_EXPORT PAMEntry {
 };
 
 // The rules of one facility, in order.
-class QUARRYAUTH_EXPORT PAMStack : public std::deque<PAMEntry> {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT PAMStack : public std::deque<PAMEntry> {
  public:
   PAMStack();
   PAMStack(const PAMFacility& facility);
@@ -226,12 +226,12 @@ class QUARRYAUTH_EXPORT PAMStack : public std::deque<PAMEntry> {
 
 // One line per rule: facility token, tab, the rule, line end. A stack of
 // facility Unset with rules throws InvalidFacilityException.
-QUARRYAUTH_EXPORT std::ostream& operator<<(std::ostream& out,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::ostream& operator<<(std::ostream& out,
                                            const PAMStack& stack);
 
 // A PAM service file: one stack per facility, written in the order account,
 // auth, password, session.
-class QUARRYAUTH_EXPORT PAMPolicy {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT PAMPolicy {
  public:
   PAMPolicy(const std::string& name);
   PAMPolicy(const PAMPolicy& other);

@@ -16,13 +16,13 @@
 #include <ostream>
 #include <string>
 
-#include "../authentication/Export.h"
+#include "Export.h"
 
 namespace SystemConfiguration {
 
 // Raised for a database word that is no token, and for converting a value
 // without a token to text.
-class QUARRYAUTH_EXPORT InvalidDatabaseException : public std::exception {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT InvalidDatabaseException : public std::exception {
  public:
   InvalidDatabaseException(const std::string& message);
   ~InvalidDatabaseException() override;
@@ -32,7 +32,7 @@ class QUARRYAUTH_EXPORT InvalidDatabaseException : public std::exception {
   std::string message;
 };
 
-class QUARRYAUTH_EXPORT NSSDatabase {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT NSSDatabase {
  public:
   // The numbers decide the order of the lines in a written file.
   enum Database : std::uint32_t {
@@ -87,12 +87,12 @@ class NSSConfiguration;
 
 // The module, then " [" + the criteria joined by spaces + "]" when there
 // are any.
-QUARRYAUTH_EXPORT std::ostream& operator<<(std::ostream& out,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::ostream& operator<<(std::ostream& out,
                                            const NSSService& service);
 
 // One line per database in ascending number: token, ":", then " " and each
 // service; an empty queue gives the token and ":" alone.
-QUARRYAUTH_EXPORT std::ostream& operator<<(
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::ostream& operator<<(
     std::ostream& out, const NSSConfiguration& configuration);
 
 // Adds the databases and services of a name-service switch file; queues are
@@ -105,11 +105,11 @@ QUARRYAUTH_EXPORT std::ostream& operator<<(
 //   the words after a bracketed criteria list are usually ignored;
 // - a service word followed by exactly one trailing character (a space, a
 //   carriage return) throws std::out_of_range.
-QUARRYAUTH_EXPORT std::istream& operator>>(std::istream& in,
+QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT std::istream& operator>>(std::istream& in,
                                            NSSConfiguration& configuration);
 
 // One service of a database, with its status criteria.
-class QUARRYAUTH_EXPORT NSSService {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT NSSService {
  public:
   // No criteria. (The default argument, an addition, also
   // makes a default constructor.)
@@ -133,7 +133,7 @@ class QUARRYAUTH_EXPORT NSSService {
   std::list<std::string> parameters_;
 };
 
-class QUARRYAUTH_EXPORT NSSConfiguration {
+class QUARRYAUTH_SYSTEMCONFIGURATION_EXPORT NSSConfiguration {
  public:
   NSSConfiguration();
   NSSConfiguration(const NSSConfiguration& other);
