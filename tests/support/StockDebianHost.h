@@ -1,7 +1,7 @@
 // A Debian 12 host's PAM and name-service files as installed, for tests
-// that wire the directory's modules into them: tests/tools/debian-pam.d
+// that wire the directory's modules into them: tests/quarryauthctl/debian-pam.d
 // (the common-* files as pam-auth-update writes them with the "unix"
-// profile alone) and tests/tools/debian-nsswitch.conf. The sandbox must
+// profile alone) and tests/quarryauthctl/debian-nsswitch.conf. The sandbox must
 // overlay /usr (quarry-sandbox --system): pam-auth-update's profiles are
 // there.
 #ifndef QUARRYAUTH_TESTS_SUPPORT_STOCKDEBIANHOST_H
@@ -40,8 +40,8 @@ inline void RequireSystemSandbox() {
 inline void MakeStockDebianLoginFiles(const std::string& sourceFolder) {
   RequireSystemSandbox();
   Shell("rm -rf /etc/pam.d && mkdir /etc/pam.d && cp " + sourceFolder +
-        "/tests/tools/debian-pam.d/* /etc/pam.d/");
-  Shell("cp " + sourceFolder + "/tests/tools/debian-nsswitch.conf "
+        "/tests/quarryauthctl/debian-pam.d/* /etc/pam.d/");
+  Shell("cp " + sourceFolder + "/tests/quarryauthctl/debian-nsswitch.conf "
         "/etc/nsswitch.conf");
   // pam-auth-update as on such a host: the "unix" profile alone, and its
   // record of the common-* files consistent with them.

@@ -1,5 +1,5 @@
 // "pam add" and "pam remove" on the PAM service files of a Debian 12 host
-// (tests/tools/debian-pam.d: as the packages install them, and the common-*
+// (tests/quarryauthctl/debian-pam.d: as the packages install them, and the common-*
 // files as pam-auth-update writes them with Unix authentication only). A
 // rule that decides nothing (pam_warn.so) is inserted before and after
 // every auth and account rule of every file; PAM itself, through
@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {
 
-const std::string kStockFiles = QUARRYAUTH_SOURCE_DIR "/tests/tools/debian-pam.d";
+const std::string kStockFiles = QUARRYAUTH_SOURCE_DIR "/tests/quarryauthctl/debian-pam.d";
 
 // The modules of the rules of facility in text, in order, each once.
 std::vector<std::string> ModulesOf(const std::string& text,

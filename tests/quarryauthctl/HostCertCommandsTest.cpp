@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

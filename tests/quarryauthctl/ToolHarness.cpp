@@ -1,4 +1,4 @@
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -2,7 +2,7 @@
 // --verbose, and a command that does not exist.
 #include <gtest/gtest.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

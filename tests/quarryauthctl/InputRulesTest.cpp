@@ -3,7 +3,7 @@
 // is recorded.
 #include <gtest/gtest.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

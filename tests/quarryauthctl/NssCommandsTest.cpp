@@ -4,7 +4,7 @@
 // read whole are refused and left byte for byte as they were.
 #include <gtest/gtest.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

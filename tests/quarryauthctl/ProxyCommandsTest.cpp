@@ -2,7 +2,7 @@
 // demonstration proxy plug-in.
 #include <gtest/gtest.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

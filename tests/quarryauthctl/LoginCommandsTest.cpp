@@ -11,7 +11,7 @@
 #include <string>
 
 #include "support/StockDebianHost.h"
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

@@ -1,7 +1,7 @@
 // "dc", "smartcard", "principal" and "username".
 #include <gtest/gtest.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {

@@ -1,6 +1,6 @@
 // The words the tool gives to status codes, and the troubleshooting table
 // that must list every one of them.
-#include "tools/quarryauthctl/StatusWords.h"
+#include "quarryauthctl/StatusWords.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // "stores", "activate", "provider" and the help texts.
 #include <gtest/gtest.h>
 
-#include "tools/ToolHarness.h"
+#include "quarryauthctl/ToolHarness.h"
 
 namespace quarryauthctl_test {
 namespace {
