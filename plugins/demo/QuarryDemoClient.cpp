@@ -20,7 +20,6 @@ namespace quarrydemo {
 using namespace quarry::plugin;
 namespace {
 
-const ADClientStatus kNotEnoughMemory = 8;
 const ADClientStatus kInternalError = 1359;
 const ADClientStatus kAccountLockedOut = 1909;
 const ADClientStatus kAlreadyJoined = 2691;
