@@ -9,7 +9,9 @@
 #include <sstream>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <string>
 #include <thread>
+#include <unistd.h>
 
 namespace quarryauth_test {
 
@@ -207,7 +209,18 @@ int CountThreads() {
 }
 
 int BaselineThreadCount() {
-  std::thread([] {}).join();
+  pid_t helper = 0;
+  std::thread([&helper] { helper = gettid(); }).join();
+  // A joined thread can stay listed in /proc/self/task for a moment after
+  // pthread_join returns; counting it then would leave a baseline no later
+  // count ever reaches.
+  const std::string entry = "/proc/self/task/" + std::to_string(helper);
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  struct stat status;
+  while (stat(entry.c_str(), &status) == 0 &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   return CountThreads();
 }
 
