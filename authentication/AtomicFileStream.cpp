@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include <quarryauth/authentication/Exception.h>
@@ -12,12 +11,6 @@
 
 namespace quarry {
 namespace authentication {
-
-namespace {
-
-const std::size_t kTemplateBufferSize = 4096;
-
-}  // namespace
 
 AtomicFileStream::AtomicFileStream(const char* path,
                                    std::ios_base::openmode mode) {
@@ -27,16 +20,15 @@ AtomicFileStream::AtomicFileStream(const char* path,
 AtomicFileStream::~AtomicFileStream() = default;
 
 void AtomicFileStream::open(const char* path, std::ios_base::openmode mode) {
-  char name[kTemplateBufferSize];
-  // An over-long path is cut here and then refused by mkstemp.
-  std::snprintf(name, sizeof name, "%s.XXXXXX", path);
-  const int descriptor = ::mkstemp(name);
-  if (descriptor < 0) {
-    const int error = errno;
-    throw IOError("Unable to create temporary file to write '" +
-                  std::string(path) + "': " + std::strerror(error));
+  std::string name;
+  {
+    // The stream opens the file by name; the descriptor is not kept.
+    common::UniqueFd created;
+    if (int error = common::CreateTemporaryFileBeside(path, name, created)) {
+      throw IOError("Unable to create temporary file to write '" +
+                    std::string(path) + "': " + std::strerror(error));
+    }
   }
-  ::close(descriptor);
   temporaryPath = name;
   targetPath = path;
   std::basic_ofstream<char>::open(temporaryPath, mode | std::ios_base::out);

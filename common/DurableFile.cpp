@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <vector>
+#include <utility>
 
 #include "common/UniqueFd.h"
 
@@ -72,17 +72,23 @@ class TemporaryFile {
 
 }  // namespace
 
+int CreateTemporaryFileBeside(const std::string& path,
+                              std::string& temporaryPath, UniqueFd& file) {
+  char name[PATH_MAX];
+  std::snprintf(name, sizeof name, "%s.XXXXXX", path.c_str());
+  UniqueFd created(::mkstemp(name));
+  if (!created.Valid()) return errno;
+  temporaryPath = name;
+  file = std::move(created);
+  return 0;
+}
+
 int ReplaceFileContents(const std::string& path, const std::string& contents,
                         mode_t newFileMode) {
-  std::vector<char> name(path.begin(), path.end());
-  const std::string suffix = ".XXXXXX";
-  name.insert(name.end(), suffix.begin(), suffix.end());
-  name.push_back('\0');
-  if (name.size() > PATH_MAX) return ENAMETOOLONG;
-
-  UniqueFd file(::mkstemp(name.data()));
-  if (!file.Valid()) return errno;
-  TemporaryFile temporary(name.data());
+  std::string name;
+  UniqueFd file;
+  if (int error = CreateTemporaryFileBeside(path, name, file)) return error;
+  TemporaryFile temporary(name);
 
   struct stat old;
   mode_t mode = newFileMode;

@@ -60,7 +60,32 @@ TEST_F(DurableFileTest, ReportsAFailureAndKeepsTheOldFile) {
 
 TEST_F(DurableFileTest, RefusesAPathTooLongForATemporaryName) {
   const std::string path = kFolder + "/" + std::string(PATH_MAX, 'x');
-  EXPECT_EQ(ReplaceFileContents(path, "text", 0600), ENAMETOOLONG);
+  EXPECT_EQ(ReplaceFileContents(path, "text", 0600), EINVAL);
+  EXPECT_TRUE(quarry_test::ListDirectory(kFolder).empty());
+}
+
+TEST_F(DurableFileTest, CreatesAPrivateTemporaryFileBesideThePath) {
+  const std::string path = kFolder + "/target";
+  std::string temporary;
+  UniqueFd file;
+  ASSERT_EQ(CreateTemporaryFileBeside(path, temporary, file), 0);
+  EXPECT_TRUE(file.Valid());
+  ASSERT_EQ(temporary.size(), path.size() + 7);
+  EXPECT_EQ(temporary.substr(0, path.size() + 1), path + ".");
+  EXPECT_EQ(temporary.find('X', path.size()), std::string::npos);
+  EXPECT_EQ(quarry_test::Mode(temporary), 0600u);
+  EXPECT_EQ(::write(file.Get(), "a", 1), 1);
+  EXPECT_EQ(quarry_test::ReadFile(temporary), "a");
+}
+
+TEST_F(DurableFileTest, TemporaryFileInAMissingFolderGivesTheError) {
+  std::string temporary = "unchanged";
+  UniqueFd file;
+  EXPECT_EQ(CreateTemporaryFileBeside(kFolder + "/missing/target", temporary,
+                                      file),
+            ENOENT);
+  EXPECT_EQ(temporary, "unchanged");
+  EXPECT_FALSE(file.Valid());
 }
 
 TEST_F(DurableFileTest, SyncsAFileAndItsFolderAndReportsAMissingOne) {
