@@ -1,24 +1,19 @@
 #include "SystemFile.h"
 
-#include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "ExitStatus.h"
 #include "common/DurableFile.h"
+#include "common/FileContents.h"
 
 namespace quarryauthctl {
 
 std::string ReadSystemFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    throw Failure("cannot read '" + path + "': " + std::strerror(errno));
+  std::string text;
+  if (const int error = quarry::common::ReadFileContents(path, text)) {
+    throw Failure("cannot read '" + path + "': " + std::strerror(error));
   }
-  std::ostringstream text;
-  text << in.rdbuf();
-  if (in.bad()) throw Failure("cannot read '" + path + "'");
-  return text.str();
+  return text;
 }
 
 void ReplaceSystemFile(const std::string& path, const std::string& text) {

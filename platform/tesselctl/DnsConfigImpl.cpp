@@ -3,7 +3,7 @@
 #include <cctype>
 
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
-#include "platform/tesselctl/SystemFile.h"
+#include "platform/tesselctl/NetworkFile.h"
 
 namespace TesselCtl {
 namespace Network {
@@ -104,7 +104,7 @@ DnsConfigImpl::DnsConfigImpl(const std::string& networkStackName)
                                          networkStackName + "'");
   }
   std::string contents;
-  ReadSystemFile(kResolverPath, contents);
+  ReadNetworkFile(kResolverPath, contents);
   lines_ = SplitLines(contents);
   for (const std::string& line : lines_) {
     const Keyword keyword = KeywordOf(line);
@@ -163,7 +163,7 @@ void DnsConfigImpl::SaveConfig() {
   } else {
     lines.push_back(SearchLine(searchDomains_));
   }
-  ReplaceSystemFile(kResolverPath, JoinLines(lines));
+  ReplaceNetworkFile(kResolverPath, JoinLines(lines));
   lines_.swap(lines);
   changed_ = false;
 }

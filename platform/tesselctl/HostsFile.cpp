@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
-#include "platform/tesselctl/SystemFile.h"
+#include "platform/tesselctl/NetworkFile.h"
 
 namespace TesselCtl {
 namespace Network {
@@ -93,7 +93,7 @@ void HostsFile::AddOrReplaceEntry(const std::string& address,
   for (const std::string& alias : aliases) CheckName(alias);
 
   std::string oldContents;
-  ReadSystemFile(kHostsPath, oldContents);
+  ReadNetworkFile(kHostsPath, oldContents);
   const std::string entry = EntryLine(address, fullyQualifiedName, aliases);
 
   std::vector<std::string> lines;
@@ -109,7 +109,7 @@ void HostsFile::AddOrReplaceEntry(const std::string& address,
   if (!placed) lines.push_back(entry);
 
   const std::string newContents = JoinLines(lines);
-  if (newContents != oldContents) ReplaceSystemFile(kHostsPath, newContents);
+  if (newContents != oldContents) ReplaceNetworkFile(kHostsPath, newContents);
 }
 
 }  // namespace Network

@@ -16,6 +16,7 @@
 #include "AdcliOutput.h"
 #include "common/ChildProcess.h"
 #include "common/DurableFile.h"
+#include "common/FileContents.h"
 
 namespace quarryadcli {
 
@@ -31,12 +32,11 @@ namespace {
 const char kIncludeMark[] =
     "# quarryadcli: the joined domain's Kerberos settings";
 
+// The file's text; empty, with exists false, when it cannot be read.
 std::string ReadWhole(const std::string& path, bool& exists) {
-  std::ifstream in(path, std::ios::binary);
-  exists = static_cast<bool>(in);
-  std::ostringstream text;
-  if (in) text << in.rdbuf();
-  return text.str();
+  std::string text;
+  exists = quarry::common::ReadFileContents(path, text) == 0;
+  return text;
 }
 
 bool Write(const std::string& path, const std::string& text, mode_t mode) {

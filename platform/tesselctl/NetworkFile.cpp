@@ -1,7 +1,4 @@
-#include "platform/tesselctl/SystemFile.h"
-
-#include <fcntl.h>
-#include <unistd.h>
+#include "platform/tesselctl/NetworkFile.h"
 
 #include <cerrno>
 #include <climits>
@@ -9,7 +6,7 @@
 #include <cstring>
 
 #include "common/DurableFile.h"
-#include "common/UniqueFd.h"
+#include "common/FileContents.h"
 #include <quarryauth/platform/tesselctl/HostCtlException.h>
 
 namespace TesselCtl {
@@ -34,30 +31,14 @@ std::string ResolvedPath(const std::string& path) {
 
 }  // namespace
 
-bool ReadSystemFile(const std::string& path, std::string& contents) {
-  contents.clear();
-  quarry::common::UniqueFd file(
-      ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.Valid()) {
-    if (errno == ENOENT) return false;
-    ThrowFileError("read", path, errno);
-  }
-  char buffer[8192];
-  for (;;) {
-    const ssize_t count = ::read(file.Get(), buffer, sizeof(buffer));
-    if (count == 0) break;
-    if (count < 0) {
-      if (errno == EINTR) continue;
-      const int error = errno;
-      contents.clear();
-      ThrowFileError("read", path, error);
-    }
-    contents.append(buffer, static_cast<std::string::size_type>(count));
-  }
+bool ReadNetworkFile(const std::string& path, std::string& contents) {
+  const int error = quarry::common::ReadFileContents(path, contents);
+  if (error == ENOENT) return false;
+  if (error != 0) ThrowFileError("read", path, error);
   return true;
 }
 
-void ReplaceSystemFile(const std::string& path, const std::string& contents) {
+void ReplaceNetworkFile(const std::string& path, const std::string& contents) {
   const int error = quarry::common::ReplaceFileContents(ResolvedPath(path),
                                                         contents, kNewFileMode);
   if (error != 0) ThrowFileError("write", path, error);
