@@ -3,7 +3,7 @@
 #include <cctype>
 #include <vector>
 
-#include "DistinguishedName.h"
+#include "common/DistinguishedName.h"
 #include "ExitStatus.h"
 
 namespace quarryauthctl {

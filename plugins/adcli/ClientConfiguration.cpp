@@ -5,7 +5,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <PluginText.h>
+#include "common/PluginText.h"
 
 #include <cerrno>
 #include <chrono>

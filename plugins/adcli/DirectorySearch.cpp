@@ -9,8 +9,8 @@
 
 #include <chrono>
 
-#include <DistinguishedName.h>
-#include <PluginText.h>
+#include "common/DistinguishedName.h"
+#include "common/PluginText.h"
 
 #include "AdcliOutput.h"
 #include "common/DomainControllers.h"

@@ -4,7 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <PluginText.h>
+#include "common/PluginText.h"
 
 namespace quarryadcli {
 

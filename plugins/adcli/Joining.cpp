@@ -5,7 +5,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <DistinguishedName.h>
+#include "common/DistinguishedName.h"
 
 #include <cstring>
 #include <string>

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include <PluginAnswers.h>
-#include <PluginText.h>
+#include "common/PluginAnswers.h"
+#include "common/PluginText.h"
 
 #include "Adcli.h"
 #include "AdcliOutput.h"

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstdint>
 
-#include <PluginText.h>
+#include "common/PluginText.h"
 
 namespace quarryadcli {
 namespace {

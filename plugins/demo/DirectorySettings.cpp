@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "KeyValueFile.h"
-#include "PluginText.h"
+#include "common/PluginText.h"
 
 namespace quarrydemo {
 

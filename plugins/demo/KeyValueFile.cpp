@@ -35,12 +35,12 @@ KeyValues ReadKeyValueFile(const std::string& path) {
   return pairs;
 }
 
-bool ReplaceKeyValueFile(const std::string& path, const KeyValues& pairs) {
+int ReplaceKeyValueFile(const std::string& path, const KeyValues& pairs) {
   std::ostringstream text;
   for (const auto& pair : pairs) {
     quarry::common::WriteKeyValueLine(text, pair.first, pair.second);
   }
-  return quarry::common::ReplaceFileContents(path, text.str(), 0600) == 0;
+  return quarry::common::ReplaceFileContents(path, text.str(), 0600);
 }
 
 std::string ValueOr(const KeyValues& pairs, const std::string& key,

@@ -17,9 +17,9 @@ using KeyValues = std::map<std::string, std::string>;
 KeyValues ReadKeyValueFile(const std::string& path);
 
 // Replaces path with the pairs: written to a temporary file beside it,
-// flushed to disk, then renamed over it. False when any step fails (the
-// old file is then left as it was).
-bool ReplaceKeyValueFile(const std::string& path, const KeyValues& pairs);
+// flushed to disk, then renamed over it. Returns 0 or the errno value of
+// the step that failed (the old file is then left as it was).
+int ReplaceKeyValueFile(const std::string& path, const KeyValues& pairs);
 
 // The value of key, or fallback when it is absent.
 std::string ValueOr(const KeyValues& pairs, const std::string& key,

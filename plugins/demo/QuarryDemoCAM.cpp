@@ -11,9 +11,9 @@
 
 #include <string>
 
-#include "DistinguishedName.h"
+#include "common/DistinguishedName.h"
 #include "KeyValueFile.h"
-#include "PluginText.h"
+#include "common/PluginText.h"
 
 namespace quarrydemo {
 

@@ -1,7 +1,7 @@
 // "quarrydemo": a demonstration Active Directory client plug-in. It talks
 // to no network; its domain is described by /etc/quarry/quarrydemo.conf
-// (DirectorySettings) and its record of the host is the state file of
-// Membership. It serves to drive and show the library by hand.
+// (DirectorySettings) and its record of the host is a state file
+// (HostRecord). It serves to drive and show the library by hand.
 #include <quarryauth/plugin/ActiveDirectoryClient.h>
 
 #include <mutex>
@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "DirectorySettings.h"
-#include "DistinguishedName.h"
-#include "Membership.h"
-#include "PluginAnswers.h"
-#include "PluginText.h"
+#include "common/DistinguishedName.h"
+#include "HostRecord.h"
+#include "common/PluginAnswers.h"
+#include "common/PluginText.h"
 
 namespace quarrydemo {
 
@@ -32,11 +32,11 @@ const ADClientTrustState kTrustEstablished = 1;
 
 // Joins, leaves and settings read, change and save the state file whole;
 // the library may call from several threads.
-std::mutex membershipLock;
+std::mutex recordLock;
 
 // A wrong password counts towards the lock-out; a right one resets it.
 ADClientStatus CheckAdministrator(const DirectorySettings& settings,
-                                  Membership& membership,
+                                  HostRecord& record,
                                   const Credentials* credentials) {
   const bool right = credentials != nullptr &&
                      credentials->username != nullptr &&
@@ -44,97 +44,97 @@ ADClientStatus CheckAdministrator(const DirectorySettings& settings,
                      SameName(credentials->username, settings.administrator) &&
                      settings.password == credentials->password;
   if (right) {
-    membership.failedLogons = 0;
+    record.failedLogons = 0;
     return ADCLIENT_STATUS_SUCCESS;
   }
   const bool lockedOut = settings.lockoutThreshold > 0 &&
-                         membership.failedLogons >= settings.lockoutThreshold;
-  ++membership.failedLogons;
-  SaveMembership(membership);
+                         record.failedLogons >= settings.lockoutThreshold;
+  ++record.failedLogons;
+  SaveHostRecord(record);
   return lockedOut ? kAccountLockedOut : settings.wrongPasswordStatus;
 }
 
-ADClientStatus Save(const Membership& membership) {
-  return SaveMembership(membership) ? ADCLIENT_STATUS_SUCCESS : kInternalError;
+ADClientStatus Save(const HostRecord& record) {
+  return SaveHostRecord(record) == 0 ? ADCLIENT_STATUS_SUCCESS : kInternalError;
 }
 
 ADClientStatus JoinDomain(const char* domain, const char* organizationalUnit,
                           const Credentials* credentials) {
-  std::lock_guard<std::mutex> guard(membershipLock);
+  std::lock_guard<std::mutex> guard(recordLock);
   const DirectorySettings settings = LoadDirectorySettings();
-  Membership membership = LoadMembership();
+  HostRecord record = LoadHostRecord();
   if (domain == nullptr || !SameName(domain, settings.domain)) {
     return ADCLIENT_STATUS_NO_SUCH_DOMAIN;
   }
   const ADClientStatus logon =
-      CheckAdministrator(settings, membership, credentials);
+      CheckAdministrator(settings, record, credentials);
   if (logon != ADCLIENT_STATUS_SUCCESS) return logon;
-  if (membership.Joined()) return kAlreadyJoined;
+  if (record.Joined()) return kAlreadyJoined;
   const std::string unit = organizationalUnit ? organizationalUnit : "";
-  membership.domain = settings.domain;
-  membership.netbiosName = settings.netbiosName;
-  membership.organizationalUnit = unit;
-  membership.machineAccountDN =
+  record.domain = settings.domain;
+  record.netbiosName = settings.netbiosName;
+  record.organizationalUnit = unit;
+  record.machineAccountDN =
       MachineAccountDN(ShortHostName(), unit, settings.domain);
-  return Save(membership);
+  return Save(record);
 }
 
 ADClientStatus PartDomain(const Credentials* credentials) {
-  std::lock_guard<std::mutex> guard(membershipLock);
+  std::lock_guard<std::mutex> guard(recordLock);
   const DirectorySettings settings = LoadDirectorySettings();
-  Membership membership = LoadMembership();
+  HostRecord record = LoadHostRecord();
   if (credentials != nullptr) {
     const ADClientStatus logon =
-        CheckAdministrator(settings, membership, credentials);
+        CheckAdministrator(settings, record, credentials);
     if (logon != ADCLIENT_STATUS_SUCCESS) return logon;
   }
-  if (!membership.Joined()) return kNotJoined;
-  membership.domain.clear();
-  membership.netbiosName.clear();
-  membership.organizationalUnit.clear();
-  membership.machineAccountDN.clear();
-  membership.preferredDomainControllers.clear();
-  return Save(membership);
+  if (!record.Joined()) return kNotJoined;
+  record.domain.clear();
+  record.netbiosName.clear();
+  record.organizationalUnit.clear();
+  record.machineAccountDN.clear();
+  record.preferredDomainControllers.clear();
+  return Save(record);
 }
 
 ADClientStatus GetActiveDomain(ADClientDomainName* domain,
                                ADClientReleaseFunction* release) {
   DelayStatusAnswer(LoadDirectorySettings());
-  const Membership membership = LoadMembership();
+  const HostRecord record = LoadHostRecord();
   domain->dnsName = nullptr;
   domain->netbiosName = nullptr;
   *release = ReleaseText;
-  if (!membership.Joined()) return ADCLIENT_STATUS_SUCCESS;
-  domain->dnsName = CopyText(membership.domain);
-  domain->netbiosName = CopyText(membership.netbiosName);
+  if (!record.Joined()) return ADCLIENT_STATUS_SUCCESS;
+  domain->dnsName = CopyText(record.domain);
+  domain->netbiosName = CopyText(record.netbiosName);
   return ADCLIENT_STATUS_SUCCESS;
 }
 
 ADClientStatus SetPreferredDomainControllers(const char* const* hostNames) {
-  std::lock_guard<std::mutex> guard(membershipLock);
-  Membership membership = LoadMembership();
-  if (!membership.Joined()) return kNotJoined;
-  membership.preferredDomainControllers = TextsOf(hostNames);
-  return Save(membership);
+  std::lock_guard<std::mutex> guard(recordLock);
+  HostRecord record = LoadHostRecord();
+  if (!record.Joined()) return kNotJoined;
+  record.preferredDomainControllers = TextsOf(hostNames);
+  return Save(record);
 }
 
 ADClientStatus GetPreferredDomainControllers(char*** hostNames,
                                              ADClientReleaseFunction* release) {
   DelayStatusAnswer(LoadDirectorySettings());
-  return AnswerTexts(LoadMembership().preferredDomainControllers, hostNames,
+  return AnswerTexts(LoadHostRecord().preferredDomainControllers, hostNames,
                      release);
 }
 
 ADClientTrustState GetDomainTrustState() {
   DelayStatusAnswer(LoadDirectorySettings());
-  return LoadMembership().Joined() ? kTrustEstablished : kTrustNotJoined;
+  return LoadHostRecord().Joined() ? kTrustEstablished : kTrustNotJoined;
 }
 
 ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
                                  ADClientReleaseFunction* release) {
   const DirectorySettings settings = LoadDirectorySettings();
   DelayStatusAnswer(settings);
-  const bool joined = LoadMembership().Joined();
+  const bool joined = LoadHostRecord().Joined();
   return AnswerDomainNames(
       joined ? settings.trustedDomains
              : std::vector<std::pair<std::string, std::string>>(),
@@ -144,11 +144,11 @@ ADClientStatus GetTrustedDomains(ADClientDomainName*** domains,
 ADClientStatus GetMachineAccountDN(char** distinguishedName,
                                    ADClientReleaseFunction* release) {
   DelayStatusAnswer(LoadDirectorySettings());
-  const Membership membership = LoadMembership();
+  const HostRecord record = LoadHostRecord();
   *release = ReleaseText;
   *distinguishedName = nullptr;
-  if (!membership.Joined()) return ADCLIENT_STATUS_SUCCESS;
-  return AnswerText(membership.machineAccountDN, distinguishedName, release);
+  if (!record.Joined()) return ADCLIENT_STATUS_SUCCESS;
+  return AnswerText(record.machineAccountDN, distinguishedName, release);
 }
 
 ADClientStatus GetAnyDomainController(const char* /*first*/, const char* domain,
@@ -187,17 +187,17 @@ ADClientStatus ConvertCanonicalUsername(const char* name, char** converted,
 ADClientStatus JoinDomainWithMachineAccount(
     const ADClientDirectoryDomainInfo* domain,
     const ADClientMachineAccountInfo* account) {
-  std::lock_guard<std::mutex> guard(membershipLock);
-  Membership membership = LoadMembership();
-  if (membership.Joined()) return kAlreadyJoined;
+  std::lock_guard<std::mutex> guard(recordLock);
+  HostRecord record = LoadHostRecord();
+  if (record.Joined()) return kAlreadyJoined;
   if (account->principalThird == nullptr || *account->principalThird == '\0') {
     return ADCLIENT_STATUS_LOGON_FAILURE;  // no machine password
   }
-  membership.domain = domain->dnsDomainName;
-  membership.netbiosName = domain->netbiosDomainName;
-  membership.organizationalUnit.clear();
-  membership.machineAccountDN = account->principalSecond;
-  return Save(membership);
+  record.domain = domain->dnsDomainName;
+  record.netbiosName = domain->netbiosDomainName;
+  record.organizationalUnit.clear();
+  record.machineAccountDN = account->principalSecond;
+  return Save(record);
 }
 
 ADClientStatus GetHostPrincipalForDomain(const char* domain, char** principal,
@@ -221,15 +221,15 @@ uint32_t GetDomainTrustRelationship(const char* domain) {
 }
 
 ADClientStatus SetSmartCardEnabledServices(const char* const* services) {
-  std::lock_guard<std::mutex> guard(membershipLock);
-  Membership membership = LoadMembership();
-  membership.smartCardServices = TextsOf(services);
-  return Save(membership);
+  std::lock_guard<std::mutex> guard(recordLock);
+  HostRecord record = LoadHostRecord();
+  record.smartCardServices = TextsOf(services);
+  return Save(record);
 }
 
 ADClientStatus GetSmartCardEnabledServices(char*** services,
                                            ADClientReleaseFunction* release) {
-  return AnswerTexts(LoadMembership().smartCardServices, services, release);
+  return AnswerTexts(LoadHostRecord().smartCardServices, services, release);
 }
 
 }  // namespace

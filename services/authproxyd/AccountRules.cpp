@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "DistinguishedName.h"
-#include "PluginText.h"
+#include "common/DistinguishedName.h"
+#include "common/PluginText.h"
 
 namespace quarry::authproxyd {
 

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "PluginText.h"
+#include "common/PluginText.h"
 #include "common/ThumbprintText.h"
 #include "services/authproxyd/HostNameRules.h"
 

@@ -1,7 +1,7 @@
 #include "services/authproxyd/ComputerAccounts.h"
 
-#include "DistinguishedName.h"
-#include "PluginText.h"
+#include "common/DistinguishedName.h"
+#include "common/PluginText.h"
 #include "services/authproxyd/AccountRules.h"
 
 namespace quarry::authproxyd {

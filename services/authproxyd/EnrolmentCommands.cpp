@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-#include "PluginText.h"
+#include "common/PluginText.h"
 #include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/ClientIdentity.h"
 #include "services/authproxyd/Enrolment.h"

@@ -1,6 +1,6 @@
 #include "services/authproxyd/HostLocks.h"
 
-#include "PluginText.h"
+#include "common/PluginText.h"
 
 namespace quarry::authproxyd {
 

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "DistinguishedName.h"
-#include "PluginText.h"
+#include "common/DistinguishedName.h"
+#include "common/PluginText.h"
 #include "common/DomainControllers.h"
 #include "services/authproxyd/AccountRules.h"
 

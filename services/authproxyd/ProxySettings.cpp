@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "DistinguishedName.h"
+#include "common/DistinguishedName.h"
 #include "common/KeyValueFormat.h"
 #include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/HostNameRules.h"

@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-#include "PluginText.h"
+#include "common/PluginText.h"
 #include "services/authproxyd/AccountDirectory.h"
 #include "services/authproxyd/ServicePassword.h"
 

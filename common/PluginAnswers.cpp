@@ -1,6 +1,6 @@
-#include "PluginAnswers.h"
+#include "common/PluginAnswers.h"
 
-#include "PluginText.h"
+#include "common/PluginText.h"
 
 namespace quarry::plugin {
 

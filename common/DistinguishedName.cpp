@@ -1,10 +1,10 @@
-#include "DistinguishedName.h"
+#include "common/DistinguishedName.h"
 
 #include <unistd.h>
 
 #include <sstream>
 
-#include "PluginText.h"
+#include "common/PluginText.h"
 
 namespace quarry::plugin {
 

@@ -1,4 +1,4 @@
-#include "PluginText.h"
+#include "common/PluginText.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,17 +1,17 @@
 // The demonstration directory's record of this host: the joined domain,
 // the machine account, and the settings made through the plug-in. Kept in
 // /var/lib/quarry/quarrydemo.state, replaced atomically on every change.
-#ifndef QUARRYDEMO_MEMBERSHIP_H
-#define QUARRYDEMO_MEMBERSHIP_H
+#ifndef QUARRYDEMO_HOSTRECORD_H
+#define QUARRYDEMO_HOSTRECORD_H
 
 #include <string>
 #include <vector>
 
 namespace quarrydemo {
 
-extern const char kMembershipPath[];
+extern const char kHostRecordPath[];
 
-struct Membership {
+struct HostRecord {
   std::string domain;  // empty when not joined
   std::string netbiosName;
   std::string organizationalUnit;
@@ -23,9 +23,10 @@ struct Membership {
   bool Joined() const { return !domain.empty(); }
 };
 
-Membership LoadMembership();
-// False when the file could not be replaced.
-bool SaveMembership(const Membership& membership);
+HostRecord LoadHostRecord();
+// Writes the record in place of the old one. Returns 0 or the errno value
+// of the failure (the old record is then unchanged).
+int SaveHostRecord(const HostRecord& record);
 
 }  // namespace quarrydemo
 
