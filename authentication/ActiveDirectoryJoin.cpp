@@ -66,5 +66,9 @@ void ActiveDirectoryStore::PartDomain() {
   }
 }
 
+void ActiveDirectoryStore::PartDomain(const Credentials& credentials) {
+  provider->PartDomain(credentials);
+}
+
 }  // namespace authentication
 }  // namespace quarry
