@@ -10,9 +10,13 @@
 
 namespace quarryauthctl {
 
+bool FileExists(const std::string& path) {
+  return ::access(path.c_str(), F_OK) == 0 || errno != ENOENT;
+}
+
 FileState ReadFileState(const std::string& path) {
   FileState state;
-  if (::access(path.c_str(), F_OK) != 0 && errno == ENOENT) return state;
+  if (!FileExists(path)) return state;
   state.exists = true;
   state.content = ReadSystemFile(path);
   return state;

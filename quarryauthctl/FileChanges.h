@@ -21,6 +21,9 @@ struct FileState {
   bool operator!=(const FileState& other) const { return !(*this == other); }
 };
 
+// False only when nothing is at path (a link to nothing counts as nothing).
+bool FileExists(const std::string& path);
+
 FileState ReadFileState(const std::string& path);
 
 struct FileChange {

@@ -101,7 +101,7 @@ std::vector<ServicePlan> PlanServices(const std::vector<std::string>& named,
   std::vector<ServicePlan> plans;
   if (!named.empty()) {
     for (const auto& name : named) {
-      if (ReadFileState(PamServicePath(name)).exists) {
+      if (FileExists(PamServicePath(name))) {
         plans.push_back(PlanService(name, modules));
         continue;
       }
@@ -112,7 +112,7 @@ std::vector<ServicePlan> PlanServices(const std::vector<std::string>& named,
     return plans;
   }
   for (const char* name : kDefaultServices) {
-    if (!ReadFileState(PamServicePath(name)).exists) {
+    if (!FileExists(PamServicePath(name))) {
       std::cout << "Skipped PAM service '" << name << "': there is no '"
                 << PamServicePath(name) << "'.\n";
       continue;
@@ -138,8 +138,9 @@ std::string SwitchService(const Modules& modules) {
 std::string PlanSwitch(const Modules& modules,
                        const std::vector<std::string>& databases,
                        std::vector<std::string>& added) {
-  ReadSwitch();  // the model must read the file whole before it is changed
   std::string text = ReadSystemFile(kSwitchPath);
+  ParseSwitch(text);  // the model must read the file whole before it changes
+
   for (const auto& database : databases) {
     if (DatabaseLineNames(text, database, modules.nss)) continue;
     text = WithServiceAdded(text, database, SwitchService(modules));

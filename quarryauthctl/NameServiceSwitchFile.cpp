@@ -67,7 +67,10 @@ void RefuseLossyReading(const std::string& text,
 }  // namespace
 
 sc::NSSConfiguration ReadSwitch() {
-  const std::string text = ReadSystemFile(kSwitchPath);
+  return ParseSwitch(ReadSystemFile(kSwitchPath));
+}
+
+sc::NSSConfiguration ParseSwitch(const std::string& text) {
   std::istringstream in(text);
   sc::NSSConfiguration configuration;
   try {

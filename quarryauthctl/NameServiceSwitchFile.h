@@ -16,6 +16,9 @@ extern const char kSwitchPath[];  // "/etc/nsswitch.conf"
 // whole (it would lose services).
 SystemConfiguration::NSSConfiguration ReadSwitch();
 
+// The same for the file's text, already read.
+SystemConfiguration::NSSConfiguration ParseSwitch(const std::string& text);
+
 // text with the line of database replaced by one that names services, the
 // spacing after "database:" kept; appended when there is none.
 std::string WithDatabaseLine(const std::string& text,

@@ -87,9 +87,9 @@ int Set(const std::string& databaseWord,
   const sc::NSSDatabase database = ParseDatabase(databaseWord);
   std::deque<sc::NSSService> services;
   for (const auto& text : serviceTexts) services.push_back(ParseService(text));
-  // The model must read the file whole before any of it is changed.
-  ReadSwitch();
   const std::string before = ReadSystemFile(kSwitchPath);
+  // The model must read the file whole before any of it is changed.
+  ParseSwitch(before);
   std::ostringstream line;
   for (const auto& service : services) {
     if (line.tellp() > 0) line << ' ';
