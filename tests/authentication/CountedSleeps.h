@@ -1,0 +1,15 @@
+// The joins sleep between attempts; a program that links CountedSleeps.cpp
+// answers for libc's sleep so that retries are counted, not waited for.
+#ifndef QUARRYAUTH_TESTS_COUNTEDSLEEPS_H
+#define QUARRYAUTH_TESTS_COUNTEDSLEEPS_H
+
+#include <vector>
+
+namespace quarryauth_test {
+
+// The seconds asked for by every sleep() call so far, in order.
+std::vector<unsigned int> Sleeps();
+
+}  // namespace quarryauth_test
+
+#endif
