@@ -1,48 +1,26 @@
 /* A directory client plug-in for tests, built from the SDK header alone.
  * Each operation returns what the test asked for through the control
- * functions, records its arguments, and counts calls, releases and live
- * allocations. Compile definitions make the broken variants:
+ * functions (TestADClientControl.c), records its arguments, and counts
+ * calls, releases and live allocations. Compile definitions make the broken
+ * variants:
  *   TEST_WITHOUT_METADATA, TEST_WITHOUT_OPERATIONS, TEST_METADATA_VERSION=N */
 #include <pthread.h>
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 
-#include "TestADClientControl.h"
-
-#define EXPORT ADCLIENT_EXPORT
+#include "TestADClientState.h"
 
 #ifndef TEST_METADATA_VERSION
 #define TEST_METADATA_VERSION ACTIVE_DIRECTORY_CLIENT_METADATA_VERSION
 #endif
 
-#define MAX_ARGUMENTS 16
-
-struct OperationState {
-  uint32_t statuses[TEST_MAX_STATUSES];
-  int statusCount;
-  int nextStatus;
-  uint32_t value;
-  char* texts[TEST_MAX_TEXTS];
-  int textCount;
-  int nullList;
-  int blocked;
-  int entered;
-  int returned;
-  char* arguments[MAX_ARGUMENTS];
-  int argumentCount;
-  const Credentials* credentials;
-};
-
-static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
-static struct OperationState states[TEST_OP_COUNT];
-static int releaseCount;
-static int nullReleaseCount;
-static int sentinelReleaseCount;
-static int liveAllocations;
-/* Metadata texts set by a test, kept while the plug-in is loaded. */
-static char* keptMetadata[4];
+pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
+struct OperationState states[TEST_OP_COUNT];
+int releaseCount;
+int nullReleaseCount;
+int sentinelReleaseCount;
+int liveAllocations;
 
 /* Handed back after a failure; releasing it is a fault of the caller. */
 static char sentinelText[] = "must not be released";
@@ -105,8 +83,8 @@ static void ReleaseDomainList(void* data) {
 
 /* ---- call bookkeeping; the Begin ... End span holds the lock ---- */
 
-static void RecordArguments(struct OperationState* state,
-                            const char* const* arguments, int count) {
+void RecordArguments(struct OperationState* state,
+                     const char* const* arguments, int count) {
   for (int i = 0; i < state->argumentCount; ++i) free(state->arguments[i]);
   state->argumentCount = 0;
   for (int i = 0; i < count && i < MAX_ARGUMENTS; ++i) {
@@ -336,18 +314,6 @@ static ADClientStatus GetSmartCardEnabledServices(
 
 /* ---- the two records ---- */
 
-/* The broken variants export their records under other names. */
-#ifdef TEST_WITHOUT_METADATA
-#define METADATA TestADClientMetadataUnderAnotherName
-#else
-#define METADATA ActiveDirectoryClientMetadata
-#endif
-#ifdef TEST_WITHOUT_OPERATIONS
-#define OPERATIONS TestADClientOperationsUnderAnotherName
-#else
-#define OPERATIONS ActiveDirectoryClientOperations
-#endif
-
 EXPORT ADClientMetadata METADATA = {
     TEST_METADATA_VERSION, "pam_testad.so", "try_first_pass",
     "testad", NULL};
@@ -371,182 +337,3 @@ EXPORT ADClientOperations OPERATIONS = {
     SetSmartCardEnabledServices,
     GetSmartCardEnabledServices,
 };
-
-/* ---- control ---- */
-
-EXPORT void TestADClientSetStatuses(int operation, const uint32_t* statuses,
-                                    int count) {
-  pthread_mutex_lock(&lock);
-  struct OperationState* state = &states[operation];
-  if (count > TEST_MAX_STATUSES) count = TEST_MAX_STATUSES;
-  for (int i = 0; i < count; ++i) state->statuses[i] = statuses[i];
-  state->statusCount = count;
-  state->nextStatus = 0;
-  pthread_mutex_unlock(&lock);
-}
-
-EXPORT void TestADClientSetValue(int operation, uint32_t value) {
-  pthread_mutex_lock(&lock);
-  states[operation].value = value;
-  pthread_mutex_unlock(&lock);
-}
-
-EXPORT void TestADClientSetTexts(int operation, const char* const* texts,
-                                 int count) {
-  pthread_mutex_lock(&lock);
-  struct OperationState* state = &states[operation];
-  for (int i = 0; i < state->textCount; ++i) free(state->texts[i]);
-  if (count > TEST_MAX_TEXTS) count = TEST_MAX_TEXTS;
-  for (int i = 0; i < count; ++i) {
-    state->texts[i] = texts[i] ? strdup(texts[i]) : NULL;
-  }
-  state->textCount = count;
-  pthread_mutex_unlock(&lock);
-}
-
-EXPORT void TestADClientSetNullList(int operation, int isNull) {
-  pthread_mutex_lock(&lock);
-  states[operation].nullList = isNull;
-  pthread_mutex_unlock(&lock);
-}
-
-EXPORT void TestADClientRemoveOperation(int operation) {
-  ADClientOperations* table = &OPERATIONS;
-  switch (operation) {
-    case TEST_OP_JOIN_DOMAIN: table->JoinDomain = NULL; break;
-    case TEST_OP_PART_DOMAIN: table->PartDomain = NULL; break;
-    case TEST_OP_GET_ACTIVE_DOMAIN: table->GetActiveDomain = NULL; break;
-    case TEST_OP_SET_PREFERRED_DOMAIN_CONTROLLERS:
-      table->SetPreferredDomainControllers = NULL; break;
-    case TEST_OP_GET_PREFERRED_DOMAIN_CONTROLLERS:
-      table->GetPreferredDomainControllers = NULL; break;
-    case TEST_OP_GET_DOMAIN_TRUST_STATE:
-      table->GetDomainTrustState = NULL; break;
-    case TEST_OP_GET_TRUSTED_DOMAINS: table->GetTrustedDomains = NULL; break;
-    case TEST_OP_GET_MACHINE_ACCOUNT_DN:
-      table->GetMachineAccountDN = NULL; break;
-    case TEST_OP_GET_ANY_DOMAIN_CONTROLLER:
-      table->GetAnyDomainController = NULL; break;
-    case TEST_OP_CONVERT_CANONICAL_USERNAME:
-      table->ConvertCanonicalUsername = NULL; break;
-    case TEST_OP_JOIN_DOMAIN_WITH_MACHINE_ACCOUNT:
-      table->JoinDomainWithMachineAccount = NULL; break;
-    case TEST_OP_GET_HOST_PRINCIPAL_FOR_DOMAIN:
-      table->GetHostPrincipalForDomain = NULL; break;
-    case TEST_OP_GET_DOMAIN_TRUST_RELATIONSHIP:
-      table->GetDomainTrustRelationship = NULL; break;
-    case TEST_OP_SET_SMART_CARD_ENABLED_SERVICES:
-      table->SetSmartCardEnabledServices = NULL; break;
-    case TEST_OP_GET_SMART_CARD_ENABLED_SERVICES:
-      table->GetSmartCardEnabledServices = NULL; break;
-  }
-}
-
-EXPORT void TestADClientSetTableVersion(int32_t version) {
-  OPERATIONS.version = version;
-}
-
-EXPORT void TestADClientSetMetadata(int32_t version, const char* pamModule,
-                                    const char* pamModuleParameters,
-                                    const char* nssModule,
-                                    const char* nssModuleParameters) {
-  const char* given[4] = {pamModule, pamModuleParameters, nssModule,
-                          nssModuleParameters};
-  for (int i = 0; i < 4; ++i) {
-    free(keptMetadata[i]);
-    keptMetadata[i] = given[i] ? strdup(given[i]) : NULL;
-  }
-  METADATA.version = version;
-  METADATA.pamModule = keptMetadata[0];
-  METADATA.pamModuleParameters = keptMetadata[1];
-  METADATA.nssModule = keptMetadata[2];
-  METADATA.nssModuleParameters = keptMetadata[3];
-}
-
-/* Frees the test's settings when the plug-in is unloaded, so that a leak
- * check sees only what the library failed to release. */
-__attribute__((destructor)) static void FreeSettings(void) {
-  for (int operation = 0; operation < TEST_OP_COUNT; ++operation) {
-    struct OperationState* state = &states[operation];
-    for (int i = 0; i < state->textCount; ++i) free(state->texts[i]);
-    RecordArguments(state, NULL, 0);
-  }
-  for (int i = 0; i < 4; ++i) free(keptMetadata[i]);
-}
-
-EXPORT void TestADClientBlock(int operation) {
-  pthread_mutex_lock(&lock);
-  states[operation].blocked = 1;
-  pthread_mutex_unlock(&lock);
-}
-
-EXPORT void TestADClientRelease(int operation) {
-  pthread_mutex_lock(&lock);
-  states[operation].blocked = 0;
-  pthread_cond_broadcast(&changed);
-  pthread_mutex_unlock(&lock);
-}
-
-EXPORT int TestADClientWaitUntilEntered(int operation, int calls,
-                                        int timeoutSeconds) {
-  struct timespec deadline;
-  clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += timeoutSeconds;
-  pthread_mutex_lock(&lock);
-  int rc = 0;
-  while (states[operation].entered < calls && rc == 0) {
-    rc = pthread_cond_timedwait(&changed, &lock, &deadline);
-  }
-  int reached = states[operation].entered >= calls;
-  pthread_mutex_unlock(&lock);
-  return reached;
-}
-
-static int ReadCounter(const int* counter) {
-  pthread_mutex_lock(&lock);
-  int value = *counter;
-  pthread_mutex_unlock(&lock);
-  return value;
-}
-
-EXPORT int TestADClientCallCount(int operation) {
-  return ReadCounter(&states[operation].entered);
-}
-
-EXPORT int TestADClientReturnCount(int operation) {
-  return ReadCounter(&states[operation].returned);
-}
-
-EXPORT int TestADClientArgumentCount(int operation) {
-  return ReadCounter(&states[operation].argumentCount);
-}
-
-EXPORT const char* TestADClientArgument(int operation, int index) {
-  pthread_mutex_lock(&lock);
-  const char* argument = index < states[operation].argumentCount
-                             ? states[operation].arguments[index]
-                             : NULL;
-  pthread_mutex_unlock(&lock);
-  return argument;
-}
-
-EXPORT const Credentials* TestADClientCredentials(int operation) {
-  pthread_mutex_lock(&lock);
-  const Credentials* credentials = states[operation].credentials;
-  pthread_mutex_unlock(&lock);
-  return credentials;
-}
-
-EXPORT int TestADClientReleaseCount(void) { return ReadCounter(&releaseCount); }
-
-EXPORT int TestADClientNullReleaseCount(void) {
-  return ReadCounter(&nullReleaseCount);
-}
-
-EXPORT int TestADClientSentinelReleaseCount(void) {
-  return ReadCounter(&sentinelReleaseCount);
-}
-
-EXPORT int TestADClientLiveAllocations(void) {
-  return __atomic_load_n(&liveAllocations, __ATOMIC_SEQ_CST);
-}
