@@ -1,0 +1,53 @@
+// What the tests of the name-service switch model share: every database
+// token with its value, and reading, writing and making pieces of the model.
+#ifndef QUARRYAUTH_TESTS_NSSTESTSUPPORT_H
+#define QUARRYAUTH_TESTS_NSSTESTSUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <quarryauth/systemconfiguration.h>
+
+#include <list>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace nss_test {
+
+using Words = std::list<std::string>;
+
+// Every database token with its value, in number order.
+extern const std::vector<
+    std::pair<std::string, SystemConfiguration::NSSDatabase::Database>>
+    kDatabases;
+
+template <class T>
+std::string Written(const T& value) {
+  std::ostringstream out;
+  out << value;
+  return out.str();
+}
+
+// The model read from text.
+SystemConfiguration::NSSConfiguration Read(const std::string& text);
+
+// A service of module with these criteria.
+SystemConfiguration::NSSService Service(const std::string& module,
+                                        const Words& parameters = {});
+
+// What call throws as E; a test failure when it throws nothing.
+template <class E, class F>
+std::string MessageOf(F call) {
+  try {
+    call();
+  } catch (const E& error) {
+    return error.what();
+  }
+  ADD_FAILURE() << "nothing thrown";
+  return "<nothing thrown>";
+}
+
+}  // namespace nss_test
+
+#endif

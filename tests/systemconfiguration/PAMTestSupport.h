@@ -1,0 +1,30 @@
+// What the tests of PAM stacks and policies share: writing a piece of the
+// model, and making a rule.
+#ifndef QUARRYAUTH_TESTS_PAMTESTSUPPORT_H
+#define QUARRYAUTH_TESTS_PAMTESTSUPPORT_H
+
+#include <quarryauth/systemconfiguration.h>
+
+#include <list>
+#include <sstream>
+#include <string>
+
+namespace pam_test {
+
+using Words = std::list<std::string>;
+
+template <class T>
+std::string Written(const T& value) {
+  std::ostringstream out;
+  out << value;
+  return out.str();
+}
+
+// A rule: control, module and parameters.
+SystemConfiguration::PAMEntry Entry(const std::string& control,
+                                    const std::string& module,
+                                    const Words& parameters = {});
+
+}  // namespace pam_test
+
+#endif
