@@ -9,6 +9,7 @@
 #include <memory>
 
 #include <quarryauth/authentication/Exception.h>
+#include "common/OpenSslHandles.h"
 #include "common/ThumbprintText.h"
 
 namespace quarry {
@@ -16,15 +17,8 @@ namespace authentication {
 
 namespace {
 
-struct BioFree {
-  void operator()(BIO* bio) const { BIO_free(bio); }
-};
-struct X509Free {
-  void operator()(X509* certificate) const { X509_free(certificate); }
-};
-
-using BioPointer = std::unique_ptr<BIO, BioFree>;
-using X509Pointer = std::unique_ptr<X509, X509Free>;
+using common::BioPointer;
+using common::X509Pointer;
 
 // Leaves OpenSSL's per-thread error queue as the caller had it.
 [[noreturn]] void ThrowInvalidCertificate() {

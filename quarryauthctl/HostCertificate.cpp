@@ -18,6 +18,7 @@
 
 #include "ExitStatus.h"
 #include "common/DurableFile.h"
+#include "common/OpenSslHandles.h"
 #include "common/ThumbprintText.h"
 
 namespace quarryauthctl {
@@ -26,13 +27,9 @@ namespace {
 
 namespace qa = quarry::authentication;
 
-template <class Type, void (*Free)(Type*)>
-struct Deleter {
-  void operator()(Type* object) const { Free(object); }
-};
-using Key = std::unique_ptr<EVP_PKEY, Deleter<EVP_PKEY, EVP_PKEY_free>>;
-using Certificate = std::unique_ptr<X509, Deleter<X509, X509_free>>;
-using Request = std::unique_ptr<X509_REQ, Deleter<X509_REQ, X509_REQ_free>>;
+using Key = quarry::common::EvpKeyPointer;
+using Certificate = quarry::common::X509Pointer;
+using Request = quarry::common::X509RequestPointer;
 struct ExtensionsDeleter {
   void operator()(STACK_OF(X509_EXTENSION) * extensions) const {
     sk_X509_EXTENSION_pop_free(extensions, X509_EXTENSION_free);
@@ -60,16 +57,12 @@ Key ReadKey(const std::string& path) {
   return key;
 }
 
-struct BioDeleter {
-  void operator()(BIO* bio) const { BIO_free(bio); }
-};
-
 // Replaces path with the PEM text that write puts into a memory buffer,
 // through the project's durable replacement (mode for a new file), so that
 // a reader never sees half a file.
 template <class Write>
 void WriteFile(const std::string& path, mode_t mode, Write write) {
-  const std::unique_ptr<BIO, BioDeleter> buffer(BIO_new(BIO_s_mem()));
+  const quarry::common::BioPointer buffer(BIO_new(BIO_s_mem()));
   if (!buffer || !write(buffer.get())) Fail("cannot write " + path);
   char* data = nullptr;
   const long length = BIO_get_mem_data(buffer.get(), &data);

@@ -13,8 +13,8 @@
 #include <chrono>
 
 #include "HttpReply.h"
-#include "OpenSslHandles.h"
 #include "ResultCodes.h"
+#include "common/OpenSslHandles.h"
 #include "common/ThumbprintText.h"
 #include "common/UniqueFd.h"
 
@@ -23,7 +23,10 @@ namespace quarrycam {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using quarry::common::SslContextPointer;
+using quarry::common::SslPointer;
 using quarry::common::UniqueFd;
+using quarry::common::X509Pointer;
 
 // Far more than any answer of the proxy.
 constexpr std::string::size_type kLargestReply = 64 * 1024;

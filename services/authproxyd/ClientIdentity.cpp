@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "common/OpenSslHandles.h"
 #include "common/PluginText.h"
 #include "common/ThumbprintText.h"
 #include "services/authproxyd/HostNameRules.h"
@@ -19,12 +20,8 @@ std::string Text(const ASN1_STRING* value) {
                      static_cast<std::size_t>(ASN1_STRING_length(value)));
 }
 
-struct NamesDeleter {
-  void operator()(GENERAL_NAMES* names) const { GENERAL_NAMES_free(names); }
-};
-
 std::string FirstDnsName(X509* certificate) {
-  const std::unique_ptr<GENERAL_NAMES, NamesDeleter> names(
+  const quarry::common::GeneralNamesPointer names(
       static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(
           certificate, NID_subject_alt_name, nullptr, nullptr)));
   if (!names) return std::string();

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 
+#include "common/OpenSslHandles.h"
 #include "common/PluginText.h"
 #include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/ClientIdentity.h"
@@ -25,10 +26,6 @@ int Complain(const std::string& message, int status) {
   return status;
 }
 
-struct X509Deleter {
-  void operator()(X509* certificate) const { X509_free(certificate); }
-};
-
 // The SHA-256 thumbprint of the PEM certificate in path; throws
 // SettingsError naming the file.
 std::string ThumbprintOfFile(const std::string& path) {
@@ -36,7 +33,7 @@ std::string ThumbprintOfFile(const std::string& path) {
   if (file == nullptr) {
     throw SettingsError("cannot read the certificate " + path);
   }
-  const std::unique_ptr<X509, X509Deleter> certificate(
+  const quarry::common::X509Pointer certificate(
       PEM_read_X509(file, nullptr, nullptr, nullptr));
   std::fclose(file);
   if (!certificate) {
