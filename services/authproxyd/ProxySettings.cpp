@@ -9,6 +9,7 @@
 
 #include "common/DistinguishedName.h"
 #include "common/KeyValueFormat.h"
+#include "common/PluginText.h"
 #include "services/authproxyd/AccountRules.h"
 #include "services/authproxyd/HostNameRules.h"
 
@@ -76,14 +77,6 @@ class Reader {
   Pairs pairs_;
 };
 
-std::vector<std::string> Words(const std::string& text) {
-  std::istringstream in(text);
-  std::vector<std::string> words;
-  std::string word;
-  while (in >> word) words.push_back(word);
-  return words;
-}
-
 // The file without its comments: a line whose first character other than
 // a blank is "#" reads as an empty line, so that line numbers stay right.
 // (The host's shared format has no comments; this file is the proxy's own
@@ -143,7 +136,9 @@ ProxySettings ReadProxySettings(const std::string& path) {
   }
   settings.serviceUser = reader.Required("service-user");
   settings.passwordFile = reader.Required("password-file");
-  for (const std::string& word : Words(reader.Required("allowed-networks"))) {
+  const std::vector<std::string> networks =
+      quarry::plugin::SplitWords(reader.Required("allowed-networks"));
+  for (const std::string& word : networks) {
     const std::optional<Ipv4Network> network = Ipv4Network::Parse(word);
     if (!network) {
       reader.Fail("allowed-networks: \"" + word +
