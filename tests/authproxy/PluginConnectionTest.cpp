@@ -1,15 +1,21 @@
 // The quarrycam plug-in against servers that are not a working proxy:
-// nobody listening, a listener that never answers, answers that are not TLS
-// or not the proxy's JSON, and its own settings.
+// nobody listening, no route, a listener that never answers or answers too
+// slowly, answers that are not TLS or not the proxy's JSON, and its own
+// settings.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <string>
 #include <thread>
 
 #include "authproxy/ProxyHarness.h"
+#include "common/OpenSslHandles.h"
 #include "common/UniqueFd.h"
 #include "support/Files.h"
 
@@ -91,6 +97,74 @@ TEST(PluginConnectionTest, RefusesATlsServerThatIsNotTheProxy) {
       plugin.GetDomainInfo("127.0.0.1", true, thumbprint);
   EXPECT_EQ(domain.result, 1229u) << ReadFile("/var/lib/s_server.log");
   EXPECT_FALSE(domain.stringsReturned);
+}
+
+TEST(PluginConnectionTest, ReportsAnUnreachableNetwork) {
+  // The test's network has no route to the documentation network.
+  const CamPlugin plugin;
+  const CamPlugin::Domain domain = plugin.GetDomainInfo("192.0.2.1", false, "");
+  EXPECT_EQ(domain.result, 1231u);
+  EXPECT_FALSE(domain.stringsReturned);
+}
+
+// A TLS server that accepts one connection, reads the request and then
+// sends its answer one byte at a time, each well within a read's time-out:
+// only a deadline for the whole exchange stops the plug-in waiting.
+class DrippingServer {
+ public:
+  explicit DrippingServer(int port) : listener_(Listen(port)) {
+    MakeCertificate("dripping");
+    thread_ = std::thread([this] { Serve(); });
+  }
+  ~DrippingServer() {
+    stop_ = true;
+    ::shutdown(listener_.Get(), SHUT_RDWR);
+    thread_.join();
+  }
+
+ private:
+  void Serve() {
+    const quarry::common::SslContextPointer context(
+        SSL_CTX_new(TLS_server_method()));
+    if (!context ||
+        SSL_CTX_use_certificate_file(context.get(), "/etc/quarry/dripping.pem",
+                                     SSL_FILETYPE_PEM) != 1 ||
+        SSL_CTX_use_PrivateKey_file(context.get(), "/etc/quarry/dripping.key",
+                                    SSL_FILETYPE_PEM) != 1) {
+      return;
+    }
+    const UniqueFd client(::accept(listener_.Get(), nullptr, nullptr));
+    if (!client.Valid()) return;
+    const quarry::common::SslPointer ssl(SSL_new(context.get()));
+    SSL_set_fd(ssl.get(), client.Get());
+    if (SSL_accept(ssl.get()) != 1) return;
+    char request[4096];
+    if (SSL_read(ssl.get(), request, sizeof request) <= 0) return;
+    const std::string answer =
+        "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n"
+        "Content-Length: 64\r\n\r\n";
+    for (std::size_t sent = 0; !stop_ && sent < answer.size(); ++sent) {
+      if (SSL_write(ssl.get(), answer.data() + sent, 1) != 1) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+  }
+
+  UniqueFd listener_;
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+TEST(PluginConnectionTest, GivesUpOnAnAnswerThatDripsPastTheReplyTimeOut) {
+  WriteFile(kPluginSettings, "port = \"4443\"\nreply-timeout-seconds = \"1\"\n");
+  const DrippingServer server(4443);
+  const CamPlugin plugin;
+  const auto started = std::chrono::steady_clock::now();
+  const CamPlugin::Domain domain = plugin.GetDomainInfo("127.0.0.1", false, "");
+  const auto took = std::chrono::steady_clock::now() - started;
+  EXPECT_EQ(domain.result, 10060u);
+  EXPECT_FALSE(domain.stringsReturned);
+  EXPECT_GE(took, std::chrono::milliseconds(900));
+  EXPECT_LT(took, std::chrono::seconds(4));
 }
 
 TEST(PluginConnectionTest, RefusesUnusableSettingsOfItsOwn) {
