@@ -9,13 +9,14 @@
 // threads at once are safe.
 #include <quarryauth/plugin/CAMProxyClient.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <initializer_list>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "ProxyProtocol.h"
 #include "ResultCodes.h"
+#include "common/PluginText.h"
 
 namespace quarrycam {
 namespace {
@@ -23,10 +24,10 @@ namespace {
 // malloc'd copies for the caller, all or none.
 bool CopyOut(std::initializer_list<std::pair<const std::string*, char**>> strings) {
   for (auto it = strings.begin(); it != strings.end(); ++it) {
-    *it->second = ::strdup(it->first->c_str());
+    *it->second = quarry::plugin::CopyText(*it->first);
     if (*it->second == nullptr) {
       for (auto done = strings.begin(); done != it; ++done) {
-        std::free(*done->second);
+        quarry::plugin::ReleaseText(*done->second);
         *done->second = nullptr;
       }
       return false;
@@ -96,8 +97,6 @@ CAMProxyResult CreateMachineAccount(const char* server, const char* account,
   });
 }
 
-void Release(void* pointer) { std::free(pointer); }
-
 }  // namespace
 }  // namespace quarrycam
 
@@ -110,7 +109,7 @@ const CAMProxyClientOperationTable CAMProxyClientOperations = {
     nullptr,
     quarrycam::GetDomainInfo,
     quarrycam::CreateMachineAccount,
-    quarrycam::Release,
+    quarry::plugin::ReleaseText,
 };
 
 }  // extern "C"
