@@ -17,12 +17,12 @@ namespace authentication {
 
 class DynamicLibrary;
 
-// What the proxy hands back for a new machine account: the first string is
-// left empty here, the second and third are the plug-in's two results.
+// What the proxy hands back for a new machine account. The member names are
+// part of the library's interface; their meanings are these.
 struct QUARRYAUTH_EXPORT ComputerPrincipalInfo {
-  std::string first;
-  std::string second;
-  std::string third;
+  std::string first;   // always empty
+  std::string second;  // the plug-in's first result: the account's DN
+  std::string third;   // its second result: the account's one-time password
 };
 
 class QUARRYAUTH_EXPORT CAMProxy {
