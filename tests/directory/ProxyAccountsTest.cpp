@@ -8,12 +8,11 @@
 
 #include <atomic>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <set>
 #include <thread>
 
+#include "common/FileContents.h"
 #include "directory/ProxyDomain.h"
 #include "support/Files.h"
 
@@ -84,9 +83,10 @@ class ProcessSampler {
       while (dirent* entry = ::readdir(proc)) {
         if (entry->d_name[0] < '0' || entry->d_name[0] > '9') continue;
         for (const char* part : {"/cmdline", "/environ"}) {
-          std::ifstream file(std::string("/proc/") + entry->d_name + part);
-          std::string text((std::istreambuf_iterator<char>(file)),
-                           std::istreambuf_iterator<char>());
+          // A process may end while it is read (ESRCH): nothing to keep.
+          std::string text;
+          quarry::common::ReadFileContents(
+              std::string("/proc/") + entry->d_name + part, text);
           if (!text.empty()) seen_.insert(text);
         }
       }
