@@ -19,7 +19,6 @@
 #include "PamAuthUpdate.h"
 #include "PamFileText.h"
 #include "StoreCommands.h"
-#include "SystemFile.h"
 
 namespace quarryauthctl {
 
@@ -52,7 +51,7 @@ void ApplyServices(const std::vector<ServicePlan>& plans,
       record.services.push_back({plan.name, kThroughPamAuthUpdate});
       continue;
     }
-    changes.Write(PamBackupPath(plan.path), ReadSystemFile(plan.path));
+    changes.Write(PamBackupPath(plan.path), plan.original);
     changes.Write(plan.path, plan.edited);
     record.services.push_back({plan.name, plan.path});
     std::cout << "PAM service '" << plan.name << "': '" << modules.pam.module
@@ -115,14 +114,15 @@ int Enable(const EnableOptions& options) {
   LoginRecord record;
   record.pamModule = modules.pam.module;
   record.nssModule = modules.nss;
-  const std::string switchText = PlanSwitch(modules, databases, record.databases);
+  const SwitchPlan switchPlan =
+      PlanSwitch(modules, databases, record.databases);
   FileChanges changes;
   try {
     ApplyServices(plans, modules, changes, record);
     if (!record.databases.empty()) {
       changes.Write(std::string(kSwitchPath) + ".quarryauthctl-backup",
-                    ReadSystemFile(kSwitchPath));
-      changes.Write(kSwitchPath, switchText);
+                    switchPlan.original);
+      changes.Write(kSwitchPath, switchPlan.edited);
     }
     record.files = changes.Changes();
     SaveLoginRecord(record);

@@ -80,6 +80,7 @@ ServicePlan PlanService(const std::string& name, const Modules& modules,
     return plan;
   }
   AddDirectoryRules(file, plan.path, modules.pam);
+  plan.original = text;
   plan.edited = file.Text();
   return plan;
 }
@@ -135,18 +136,20 @@ std::string SwitchService(const Modules& modules) {
   return service;
 }
 
-std::string PlanSwitch(const Modules& modules,
-                       const std::vector<std::string>& databases,
-                       std::vector<std::string>& added) {
-  std::string text = ReadSystemFile(kSwitchPath);
-  ParseSwitch(text);  // the model must read the file whole before it changes
-
+SwitchPlan PlanSwitch(const Modules& modules,
+                      const std::vector<std::string>& databases,
+                      std::vector<std::string>& added) {
+  SwitchPlan plan;
+  plan.original = ReadSystemFile(kSwitchPath);
+  ParseSwitch(plan.original);  // the model must read it whole to change it
+  plan.edited = plan.original;
   for (const auto& database : databases) {
-    if (DatabaseLineNames(text, database, modules.nss)) continue;
-    text = WithServiceAdded(text, database, SwitchService(modules));
+    if (DatabaseLineNames(plan.edited, database, modules.nss)) continue;
+    plan.edited =
+        WithServiceAdded(plan.edited, database, SwitchService(modules));
     added.push_back(database);
   }
-  return text;
+  return plan;
 }
 
 }  // namespace quarryauthctl

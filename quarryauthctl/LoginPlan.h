@@ -31,7 +31,8 @@ struct ServicePlan {
   std::string name;
   std::string path;
   bool throughPamAuthUpdate = false;
-  std::string edited;  // the file's new text, when edited here
+  std::string original;  // the file's text as planned from, when edited here
+  std::string edited;    // the file's new text, when edited here
   bool already = false;
 };
 
@@ -43,11 +44,17 @@ std::vector<ServicePlan> PlanServices(const std::vector<std::string>& named,
 // The name-service module as a service of the switch: "NAME [CRITERIA]".
 std::string SwitchService(const Modules& modules);
 
-// The name-service switch with the module added to each database it serves
-// that does not name it yet; those databases in added.
-std::string PlanSwitch(const Modules& modules,
-                       const std::vector<std::string>& databases,
-                       std::vector<std::string>& added);
+struct SwitchPlan {
+  std::string original;  // the file's text as planned from
+  std::string edited;    // with the module added to each database it serves
+                         // that does not name it yet
+};
+
+// The name-service switch's plan; the databases it adds the module to in
+// added.
+SwitchPlan PlanSwitch(const Modules& modules,
+                      const std::vector<std::string>& databases,
+                      std::vector<std::string>& added);
 
 }  // namespace quarryauthctl
 
