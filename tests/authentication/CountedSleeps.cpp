@@ -1,7 +1,8 @@
 #include "authentication/CountedSleeps.h"
 
 #include <mutex>
-#include <unistd.h>
+
+#include "support/Interpose.h"
 
 namespace {
 std::mutex sleepLock;
@@ -15,10 +16,11 @@ std::vector<unsigned int> Sleeps() {
   return sleeps;
 }
 
+int SleepCalls() { return static_cast<int>(Sleeps().size()); }
+
 }  // namespace quarryauth_test
 
-extern "C" __attribute__((visibility("default"))) unsigned int sleep(
-    unsigned int seconds) {
+QUARRY_TEST_INTERPOSE unsigned int sleep(unsigned int seconds) {
   std::lock_guard<std::mutex> lock(sleepLock);
   sleeps.push_back(seconds);
   return 0;

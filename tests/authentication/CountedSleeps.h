@@ -1,5 +1,6 @@
-// The joins sleep between attempts; a program that links CountedSleeps.cpp
-// answers for libc's sleep so that retries are counted, not waited for.
+// The joins sleep 30 seconds between attempts; a program that links
+// CountedSleeps.cpp answers for libc's sleep so that retries are counted,
+// not waited for.
 #ifndef QUARRYAUTH_TESTS_COUNTEDSLEEPS_H
 #define QUARRYAUTH_TESTS_COUNTEDSLEEPS_H
 
@@ -9,6 +10,9 @@ namespace quarryauth_test {
 
 // The seconds asked for by every sleep() call so far, in order.
 std::vector<unsigned int> Sleeps();
+
+// How many sleep() calls there were.
+int SleepCalls();
 
 }  // namespace quarryauth_test
 

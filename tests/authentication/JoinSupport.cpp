@@ -5,21 +5,7 @@
 
 #include <quarryauth/authentication.h>
 
-#include "support/Interpose.h"
-
-namespace {
-int gSleepCalls = 0;
-}  // namespace
-
-// The join retries sleep 30 seconds; these programs count instead.
-QUARRY_TEST_INTERPOSE unsigned int sleep(unsigned int) {
-  ++gSleepCalls;
-  return 0;
-}
-
 namespace quarryauth_test {
-
-int SleepCalls() { return gSleepCalls; }
 
 std::string StoredDomain() {
   namespace qa = quarry::authentication;

@@ -55,9 +55,9 @@ TEST(PluginConnectionTest, ReportsARefusedConnection) {
   EXPECT_FALSE(account.stringsReturned);
 }
 
-TEST(PluginConnectionTest, GivesUpOnAServerThatNeverAnswers) {
-  WriteFile(kPluginSettings, "port = \"4443\"\nreply-timeout-seconds = \"1\"\n");
-  const UniqueFd listener = Listen(4443);  // the kernel completes the connection
+// Asks 127.0.0.1 for the domain with a reply time-out of one second (set by
+// the caller) and expects the plug-in to give up with 10060 once it passes.
+void ExpectTimeOutAfterOneSecond() {
   const CamPlugin plugin;
   const auto started = std::chrono::steady_clock::now();
   const CamPlugin::Domain domain = plugin.GetDomainInfo("127.0.0.1", false, "");
@@ -66,6 +66,12 @@ TEST(PluginConnectionTest, GivesUpOnAServerThatNeverAnswers) {
   EXPECT_FALSE(domain.stringsReturned);
   EXPECT_GE(took, std::chrono::milliseconds(900));
   EXPECT_LT(took, std::chrono::seconds(4));
+}
+
+TEST(PluginConnectionTest, GivesUpOnAServerThatNeverAnswers) {
+  WriteFile(kPluginSettings, "port = \"4443\"\nreply-timeout-seconds = \"1\"\n");
+  const UniqueFd listener = Listen(4443);  // the kernel completes the connection
+  ExpectTimeOutAfterOneSecond();
 }
 
 TEST(PluginConnectionTest, RefusesAnAnswerThatIsNotTls) {
@@ -157,14 +163,7 @@ class DrippingServer {
 TEST(PluginConnectionTest, GivesUpOnAnAnswerThatDripsPastTheReplyTimeOut) {
   WriteFile(kPluginSettings, "port = \"4443\"\nreply-timeout-seconds = \"1\"\n");
   const DrippingServer server(4443);
-  const CamPlugin plugin;
-  const auto started = std::chrono::steady_clock::now();
-  const CamPlugin::Domain domain = plugin.GetDomainInfo("127.0.0.1", false, "");
-  const auto took = std::chrono::steady_clock::now() - started;
-  EXPECT_EQ(domain.result, 10060u);
-  EXPECT_FALSE(domain.stringsReturned);
-  EXPECT_GE(took, std::chrono::milliseconds(900));
-  EXPECT_LT(took, std::chrono::seconds(4));
+  ExpectTimeOutAfterOneSecond();
 }
 
 TEST(PluginConnectionTest, RefusesUnusableSettingsOfItsOwn) {

@@ -7,8 +7,9 @@
 
 #include <quarryauth/systemconfiguration.h>
 
+#include "support/ModelText.h"
+
 #include <list>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,12 +23,7 @@ extern const std::vector<
     std::pair<std::string, SystemConfiguration::NSSDatabase::Database>>
     kDatabases;
 
-template <class T>
-std::string Written(const T& value) {
-  std::ostringstream out;
-  out << value;
-  return out.str();
-}
+using quarry_test::Written;
 
 // The model read from text.
 SystemConfiguration::NSSConfiguration Read(const std::string& text);
@@ -36,17 +32,7 @@ SystemConfiguration::NSSConfiguration Read(const std::string& text);
 SystemConfiguration::NSSService Service(const std::string& module,
                                         const Words& parameters = {});
 
-// What call throws as E; a test failure when it throws nothing.
-template <class E, class F>
-std::string MessageOf(F call) {
-  try {
-    call();
-  } catch (const E& error) {
-    return error.what();
-  }
-  ADD_FAILURE() << "nothing thrown";
-  return "<nothing thrown>";
-}
+using quarry_test::MessageOf;
 
 }  // namespace nss_test
 

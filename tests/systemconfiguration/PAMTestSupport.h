@@ -6,19 +6,15 @@
 #include <quarryauth/systemconfiguration.h>
 
 #include <list>
-#include <sstream>
 #include <string>
+
+#include "support/ModelText.h"
 
 namespace pam_test {
 
 using Words = std::list<std::string>;
 
-template <class T>
-std::string Written(const T& value) {
-  std::ostringstream out;
-  out << value;
-  return out.str();
-}
+using quarry_test::Written;
 
 // A rule: control, module and parameters.
 SystemConfiguration::PAMEntry Entry(const std::string& control,

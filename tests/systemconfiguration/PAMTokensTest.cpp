@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/ModelText.h"
+
 namespace sc = SystemConfiguration;
 using sc::InvalidControlException;
 using sc::InvalidFacilityException;
@@ -48,17 +50,7 @@ PAMFacility::Facility Value(const PAMFacility& facility) {
   return static_cast<PAMFacility::Facility>(facility);
 }
 
-// The message of the exception that call throws, which must be of class E.
-template <class E, class F>
-std::string MessageOf(F call) {
-  try {
-    call();
-  } catch (const E& error) {
-    return error.what();
-  }
-  ADD_FAILURE() << "nothing thrown";
-  return "<nothing thrown>";
-}
+using quarry_test::MessageOf;
 
 }  // namespace
 
